@@ -1,0 +1,42 @@
+# One folder of src/ is one room: a library that sees its own headers and those of the rooms it names, and no others.
+# Each room gets an include folder of its own in the build tree that holds a link to it, so an include of a room that
+# is not named in USES does not build.
+
+# zun_room(NAME KIND SOURCES ... [USES ...] [PRIVATE_USES ...] [LINKS ...])
+#   KIND          SHARED, STATIC, MODULE or INTERFACE
+#   USES          rooms whose headers this room's headers include
+#   PRIVATE_USES  rooms that only its sources include
+#   LINKS         third parties, seen by its sources alone
+function(zun_room name kind)
+    cmake_parse_arguments(ROOM "" "" "SOURCES;USES;PRIVATE_USES;LINKS" ${ARGN})
+    set(entrance ${PROJECT_BINARY_DIR}/include/${name})
+    file(MAKE_DIRECTORY ${entrance})
+    file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${entrance}/${name} SYMBOLIC)
+
+    if(kind STREQUAL INTERFACE)
+        add_library(${name} INTERFACE)
+        set(public INTERFACE)
+    else()
+        add_library(${name} ${kind} ${ROOM_SOURCES})
+        set(public PUBLIC)
+        target_link_libraries(${name} PRIVATE zun_flags ${ROOM_PRIVATE_USES} ${ROOM_LINKS})
+        set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    endif()
+    add_library(zun::${name} ALIAS ${name})
+    target_include_directories(${name} ${public} $<BUILD_INTERFACE:${entrance}>
+                                                 $<INSTALL_INTERFACE:include/zun>)
+    target_compile_features(${name} ${public} cxx_std_20)
+    target_link_libraries(${name} ${public} ${ROOM_USES})
+    # Values are bits: no product and sum may be fused, in whoever compiles our templates either.
+    target_compile_options(${name} ${public} -ffp-contract=off)
+endfunction()
+
+# A plug-in: a library that registers node types when it is loaded and exports nothing.
+function(zun_plugin name)
+    add_library(${name} MODULE ${ARGN})
+    target_link_libraries(${name} PRIVATE zun::frame)
+    set_target_properties(${name} PROPERTIES
+        PREFIX "" CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    target_link_options(${name} PRIVATE -Wl,--version-script=${ZUN_PLUGIN_EXPORTS})
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${ZUN_PLUGIN_EXPORTS})
+endfunction()

@@ -1,0 +1,7 @@
+#include "containers/Variant.h"
+
+namespace zun {
+
+Variant::~Variant() = default;
+
+} // namespace zun
