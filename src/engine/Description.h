@@ -1,0 +1,111 @@
+// A pipeline description: the nodes of a pipeline and the streams between them, read from a YAML file.
+//
+//   variables: {photo: coffee.png}       # defaults of ${photo}
+//   nodes:
+//     - type: ReadFrames
+//       name: reader                     # optional; the type and a number without it
+//       outputs: {rgb: picture}          # port -> stream
+//       options: {path: "${photo}"}
+//     - type: NegativeImage
+//       inputs: {input: picture}
+//       outputs: {output: negative}
+//       limits: {output: -1}             # how many values the stream may buffer
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "pipeline/NodeConfig.h"
+#include "pipeline/config/OptionNode.h"
+
+namespace zun::engine {
+
+/// A place in a description file, counted from 1; line 0 for what was not given in a file.
+struct Place {
+    std::string file;
+    int line = 0;
+    int column = 0;
+
+    /// "file:line:column".
+    std::string text() const;
+};
+
+/// Something that is wrong with a description.
+struct Finding {
+    enum class Severity { Error, Warning };
+
+    Severity severity = Severity::Error;
+    Place place;
+    std::string message; ///< names node, stream or option, and says what to do
+
+    /// "file:line:column: error: message".
+    std::string text() const;
+};
+
+using Findings = std::vector<Finding>;
+
+bool hasErrors(Findings const &findings);
+
+struct PortBinding {
+    std::string port;
+    std::string stream; ///< "-" for a port that is left unconnected on purpose
+    Place place;        ///< of the port's name
+};
+
+struct OptionSetting {
+    std::string name;
+    OptionNode value;
+    Place place;
+};
+
+struct LimitSetting {
+    std::string port;
+    int limit = 0;
+    Place place;
+};
+
+struct NodeDescription {
+    std::string type;
+    std::string name; ///< unique in a description without errors
+    std::vector<PortBinding> inputs, outputs;
+    std::vector<OptionSetting> options;
+    std::vector<LimitSetting> limits;
+    Place place;     ///< of the node
+    Place typePlace; ///< of its type
+
+    /// `reader (ReadFrames)`, as messages name a node.
+    std::string label() const { return "'" + name + "' (" + type + ")"; }
+
+    NodeConfig config() const;
+};
+
+struct Description {
+    std::string file;
+    std::vector<NodeDescription> nodes;
+};
+
+/// What the user gives along with a description.
+struct Overrides {
+    std::map<std::string, std::string> variables; ///< values of ${name}, over the file's defaults
+    std::vector<std::string> settings;            ///< "node.option=value", the value as a description would write it
+};
+
+/// The largest description that is read, in bytes.
+inline constexpr std::uint64_t largestDescription = 4u << 20;
+
+/// Reads a description; what is wrong with its form is added to `findings`, all of it at once, and what could be read
+/// is returned. Throws nothing for bad input.
+Description parseDescription(std::string const &text, std::string const &file, Overrides const &overrides,
+                             Findings &findings);
+
+/// The same for a file; a file that can't be read is a finding.
+Description readDescription(std::string const &file, Overrides const &overrides, Findings &findings);
+
+/// Reads one value as a description would hold it: plain scalars by the core schema (true and false, decimal and 0x
+/// integers, floats), quoted ones as strings, and flow lists; the raw text is kept. Throws zun::Exception for a text
+/// that is no such value.
+OptionNode parseValue(std::string const &text);
+
+} // namespace zun::engine
