@@ -32,8 +32,8 @@ struct RunOptions {
 
 /// Where a run stands; may be read from another thread.
 struct Progress {
-    std::atomic<Tick> ticksDone = 0;    ///< ticks that every node has processed
-    std::atomic<Tick> ticksTotal = 0;   ///< 0 while it is not known
+    std::atomic<Tick> ticksDone = 0;  ///< ticks that every node has processed
+    std::atomic<Tick> ticksTotal = 0; ///< 0 while it is not known
     std::atomic<std::uint64_t> bytesInFlight = 0;
     std::atomic<std::uint64_t> bytesPeak = 0;
     std::atomic<bool> stop = false; ///< set by the host to end the run early, in order: ticks that began are completed

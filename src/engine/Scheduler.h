@@ -1,0 +1,118 @@
+// What may run next: the rules of a run, as data, without a thread.
+//
+// A node may run a tick when its ticks before have started, every connected input holds the tick, there is room for a
+// value on each output, and, unless it can run several ticks at once, none of its ticks is running. Of what may run,
+// the oldest tick goes first, at one tick the node nearest the sinks, and sources last. Order of outputs,
+// back-pressure, end of stream and failure follow from that:
+//
+// - Room on an output is taken when a tick starts and is free again when the last reader is done, so a tick that has
+//   started always completes, and with one value of room everywhere the oldest tick can always go on.
+// - Streams are kept by tick, so values that are written out of order are read in order.
+// - Bytes in flight are capped: past the cap only the oldest tick goes on.
+// - A node that shows effects outside runs a tick once all generators have reached it, so that the end of one source
+//   leaves the same traces however fast the others are.
+// - After a failure nothing later starts, what is earlier completes, and the lowest failing tick wins.
+//
+// Nothing here waits or locks; the executors call it from one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/Executors.h"
+#include "engine/Graph.h"
+#include "engine/Run.h"
+#include "engine/StreamBuffer.h"
+#include "engine/Task.h"
+
+namespace zun::engine {
+
+class Scheduler {
+public:
+    Scheduler(Graph &graph, RunPlan const &plan, Progress &progress);
+
+    /// Starts the next task by the order above, or nothing if none may run now.
+    Task *take();
+
+    /// How many tasks may run now, at most; and the start of any of them, or nothing if it may not run after all.
+    std::size_t readyCount() const { return ready.size(); }
+    Task *takeAny(std::size_t choice);
+
+    /// Whether one of the tasks that may run now is worth another thread's waking.
+    bool hasWorthwhile() const;
+
+    /// Takes back a task that was run: hands out what it wrote, frees what it read.
+    void complete(Task *task);
+
+    /// Whether nothing runs. With nothing to take either, the run is over: complete, failed, or stalled.
+    bool idle() const { return running == 0; }
+
+    /// Whether a node said that it takes no inputs just now, and has to be asked again.
+    bool awaitsNode();
+
+    /// How the run ended. Only when it is over.
+    Outcome outcome() const;
+
+private:
+    struct NodeRun {
+        Tick next = 0;                    ///< the tick it starts next
+        Tick completedBelow = 0;          ///< all ticks below are completed
+        std::vector<Tick> completedEarly; ///< completed ticks beyond
+        std::uint32_t running = 0;
+        bool queued = false;           ///< its next tick stands in `ready`
+        bool held = false;             ///< it stands in `held`
+        bool sampled = false;          ///< `nanoseconds` holds something
+        double nanoseconds = 0;        ///< what one process() takes, on average
+        std::uint64_t outputBytes = 0; ///< what its last tick wrote
+    };
+
+    /// A task that could start when it was put here; what is oldest and nearest the sinks is taken first.
+    struct Ready {
+        Tick tick;
+        int rank;
+        std::size_t node;
+
+        friend auto operator<=>(Ready const &, Ready const &) = default;
+    };
+
+    bool mayRun(GraphNode const &node);
+    void offer(std::size_t node);
+    void offerNeighbours(GraphNode const &node);
+    Task *start(std::size_t node);
+    void publish(Task &task);
+    void release(Task &task);
+    void noteCompletion(Task &task);
+    void noteFailure(Task &task);
+    void hold(std::size_t node);
+    void offerHeld();
+    Tick lastTickToRun() const;
+    Tick certainBelow() const;
+    void countBytes();
+    std::string explainStall() const;
+    std::string explainWait(GraphNode const &node) const;
+
+    Graph &graph;
+    RunPlan const plan;
+    Progress &progress;
+
+    std::vector<NodeRun> runs;
+    std::vector<std::size_t> generators;
+    std::vector<StreamBuffer> buffers;
+    std::vector<Ready> ready;      ///< a heap, the first to take in front
+    std::vector<std::size_t> held; ///< nodes that wait for bytes, for certainty, or for themselves
+    std::vector<std::unique_ptr<Task>> idleTasks;
+
+    Tick end;             ///< first tick that is not run
+    Tick done;            ///< all nodes have completed the ticks below
+    Tick highestStarted;  ///< first tick that no node has started
+    std::size_t laggards; ///< nodes whose completedBelow is `done`
+    std::size_t running = 0;
+    std::uint64_t bytesInFlight = 0; ///< on streams
+    std::uint64_t bytesExpected = 0; ///< what running tasks will write, as far as it is known
+    std::optional<Failure> failure;
+};
+
+} // namespace zun::engine
