@@ -156,14 +156,16 @@ int main() {
     long const peak1 = peakOf(chain(10, "NegativeImage", "input", "output", 200), 1'000);
     long const peak10 = peakOf(chain(10, "NegativeImage", "input", "output", 200), 10'000);
 
-    auto const overhead = compare({[&] { return secondsOf(small, ticks, 1); }, [&] { return secondsOf(small, ticks, 2); }}, 9);
+    auto const overhead =
+        compare({[&] { return secondsOf(small, ticks, 1); }, [&] { return secondsOf(small, ticks, 2); }}, 9);
     for (std::size_t i = 0; i < overhead.size(); i++)
         std::printf("overhead, %zu thread(s): %.0f ns per node and tick\n", i + 1, overhead[i] / (10.0 * ticks) * 1e9);
 
     auto const heavy = chain(6, "BenchWork", "in", "out", 1);
-    auto const scaling = compare({[&] { return secondsOf(heavy, 100, 1); }, [&] { return secondsOf(heavy, 100, 2); }}, 5);
-    std::printf("scaling: %.1f ms a tick with one thread, %.1f with two: %.2f times\n", scaling[0] * 10, scaling[1] * 10,
-                scaling[0] / scaling[1]);
+    auto const scaling =
+        compare({[&] { return secondsOf(heavy, 100, 1); }, [&] { return secondsOf(heavy, 100, 2); }}, 5);
+    std::printf("scaling: %.1f ms a tick with one thread, %.1f with two: %.2f times\n", scaling[0] * 10,
+                scaling[1] * 10, scaling[0] / scaling[1]);
 
     std::printf("memory: %ld KiB at most in 1,000 ticks, %ld in 10,000\n", peak1, peak10);
 }

@@ -14,7 +14,7 @@ namespace zun::engine {
 /// What one stream will hold at most.
 struct StreamEstimate {
     std::string stream;
-    std::int64_t values = 0;                   ///< 0: without bound
+    std::int64_t values = 0;                    ///< 0: without bound
     std::optional<std::uint64_t> bytesPerValue; ///< absent where the size is not known ahead of the run
 };
 

@@ -52,7 +52,9 @@ private:
             task.begin(node, tick);
             for (std::size_t i = 0; i < node.inputs.size(); i++) {
                 std::size_t const stream = node.inputs[i].stream;
-                task.inputs[i] = {values[stream], readersLeft[stream] > 1};
+                ValueType const *const type = values[stream] ? valueTypeOf(*values[stream]) : nullptr;
+                bool const shared = readersLeft[stream] > 1;
+                task.inputs[i] = {shared ? values[stream] : std::move(values[stream]), type, shared};
             }
             runTask(task, graph, plan.trust);
             if (task.failure) {
@@ -62,8 +64,7 @@ private:
             }
             if (node.generator && !task.wroteSomething() && node.node->processProgressNeverPossible()) return false;
             outcome.nodeDoneBelow[index] = tick + 1;
-            for (GraphNode::Input const &input : node.inputs)
-                if (--readersLeft[input.stream] == 0) values[input.stream].reset();
+            for (GraphNode::Input const &input : node.inputs) readersLeft[input.stream]--;
             for (std::size_t i = 0; i < node.outputs.size(); i++) {
                 std::size_t const stream = node.outputs[i].stream;
                 written[stream] = true;
@@ -132,7 +133,7 @@ private:
                 waitForWork(scheduler, lock);
                 continue;
             }
-            if (sleeping > 0 && scheduler.hasWorthwhile()) wake.notify_one();
+            if (sleeping > 0 && scheduler.worthWaking(*task)) wake.notify_one();
             lock.unlock();
             runTimed(*task, graph, plan.trust);
             lock.lock();

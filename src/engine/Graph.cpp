@@ -10,6 +10,23 @@
 #include "pipeline/NodeRegistry.h"
 
 namespace zun::engine {
+namespace {
+
+template <class T>
+std::shared_ptr<Variant> convertedVariant(OptionNode const &value) {
+    return std::make_shared<VariantType<T>>(convertOption<T>(value));
+}
+
+std::shared_ptr<Variant> optionVariant(std::string const &type, OptionNode const &value) {
+    if (type == "std::string") return convertedVariant<std::string>(value);
+    if (type == "int") return convertedVariant<int>(value);
+    if (type == "bool") return convertedVariant<bool>(value);
+    if (type == "float") return convertedVariant<float>(value);
+    if (type == "zun::Vec2i") return convertedVariant<Vec2i>(value);
+    return convertedVariant<OptionNode>(value);
+}
+
+} // namespace
 
 Graph::Graph(Description const &description, NodeFactsTable const &facts, PipelineState &state) {
     nodes.reserve(description.nodes.size());
@@ -18,6 +35,21 @@ Graph::Graph(Description const &description, NodeFactsTable const &facts, Pipeli
     for (std::size_t i = 0; i < nodes.size(); i++) connect(nodes[i], description.nodes[i]);
     sortNodes();
     rankNodes();
+}
+
+void Graph::addChange(OptionChange const &change) {
+    auto const node =
+        std::find_if(nodes.begin(), nodes.end(), [&](GraphNode const &n) { return n.name == change.node; });
+    if (node == nodes.end())
+        throw Exception("an option change names the node '" + change.node + "', which is not there");
+    auto const &options = NodeRegistry::find(node->config.getType())->specification.options;
+    auto const option = options.find(change.option);
+    if (option == options.end())
+        throw Exception("an option change names '" + change.option + "', which node " + node->label + " doesn't have");
+    auto const later = std::find_if(node->changes.begin(), node->changes.end(),
+                                    [&](GraphNode::Change const &other) { return other.from > change.from; });
+    node->changes.insert(later,
+                         {change.from, change.option, change.value, optionVariant(option->second.type, change.value)});
 }
 
 GraphStream const *Graph::findStream(std::string const &name) const {

@@ -10,6 +10,7 @@
 
 #include "engine/Description.h"
 #include "engine/Facts.h"
+#include "engine/Run.h"
 #include "engine/ValueTypes.h"
 #include "pipeline/PipelineNode.h"
 #include "pipeline/PipelineState.h"
@@ -42,6 +43,14 @@ struct GraphNode {
         std::string port;
     };
 
+    /// A new value of an option, of the option's own type.
+    struct Change {
+        Tick from = 0;
+        std::string option;
+        OptionNode given;
+        std::shared_ptr<Variant> value;
+    };
+
     std::string label; ///< 'name' (Type), for messages
     std::string name;
     std::size_t index = 0; ///< place in the description
@@ -51,6 +60,10 @@ struct GraphNode {
     std::unique_ptr<PipelineNode> node;
     std::vector<Input> inputs;
     std::vector<Output> outputs;
+    std::vector<Change> changes;    ///< in the order of their ticks
+    std::size_t changesStarted = 0; ///< of these, how many a task has taken with it
+
+    bool changeDue(Tick tick) const { return changesStarted < changes.size() && changes[changesStarted].from <= tick; }
 
     // What the node says of itself, asked once.
     bool selfParallel = false;
@@ -67,6 +80,9 @@ public:
     std::vector<GraphNode> nodes; ///< in the order of the description
     std::deque<GraphStream> streams;
     std::vector<std::size_t> order; ///< nodes: generators first, and each behind those that it reads from
+
+    /// Notes an option change for its node. Throws zun::Exception if there is no such node or option, or no conversion.
+    void addChange(OptionChange const &change);
 
     GraphStream const *findStream(std::string const &name) const;
 

@@ -87,6 +87,7 @@ Tick run(Description const &description, NodeFactsTable const &facts, RunOptions
     TaskState state;
     Graph graph(description, facts, state);
     state.setGraph(&graph);
+    for (OptionChange const &change : options.changes) graph.addChange(change);
 
     NodeLifetimes lifetimes(graph, options.first);
     lifetimes.initialise();

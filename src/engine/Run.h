@@ -7,12 +7,21 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "engine/Description.h"
 #include "engine/Facts.h"
 #include "pipeline/Tick.h"
 
 namespace zun::engine {
+
+/// A new value for an option of a node, from a tick on. The node takes it when none of its ticks is running.
+struct OptionChange {
+    Tick from = 0;
+    std::string node; ///< its name
+    std::string option;
+    OptionNode value;
+};
 
 struct RunOptions {
     enum class Executor {
@@ -28,6 +37,7 @@ struct RunOptions {
     Tick end = endless;         ///< first tick that is not run
     std::uint64_t maxBytes = 0; ///< bytes in flight on all streams together; 0: a quarter of the machine's memory
     bool trust = false;         ///< run nodes without their guards
+    std::vector<OptionChange> changes = {};
 };
 
 /// Where a run stands; may be read from another thread.
@@ -54,7 +64,8 @@ public:
 /// ticks run.
 ///
 /// Throws RunError for the lowest tick at which a node failed; every node has then processed the ticks before, been
-/// flushed, and no thread is left. Throws zun::Exception if a node can't be built or the run would have no end.
+/// flushed, and no thread is left. Throws zun::Exception if a node can't be built, an option change names none or can't
+/// be converted, or the run would have no end.
 Tick run(Description const &description, NodeFactsTable const &facts, RunOptions const &options, Progress &progress);
 
 } // namespace zun::engine

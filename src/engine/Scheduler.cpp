@@ -8,20 +8,15 @@
 namespace zun::engine {
 namespace {
 
-/// Waking a thread costs some microseconds; less work than this isn't worth it.
-constexpr double worthwhileNanoseconds = 20'000;
-
-std::uint64_t bytesOf(std::shared_ptr<Variant> const &value) {
-    ValueType const *const type = value != nullptr ? valueTypeOf(*value) : nullptr;
-    return type != nullptr ? type->bytes(*value) : 0;
-}
+/// Waking a thread costs some microseconds; for less work than this it isn't worth it.
+constexpr double wakingNanoseconds = 20'000;
 
 } // namespace
 
 Scheduler::Scheduler(Graph &ofGraph, RunPlan const &ofPlan, Progress &ofProgress)
     : graph(ofGraph), plan(ofPlan), progress(ofProgress), runs(graph.nodes.size()),
-      buffers(graph.streams.size(), StreamBuffer(plan.first)), end(plan.end), done(plan.first),
-      highestStarted(plan.first), laggards(graph.nodes.size()) {
+      buffers(graph.streams.size(), StreamBuffer(plan.first)), knownTypes(graph.streams.size()), end(plan.end),
+      done(plan.first), highestStarted(plan.first), laggards(graph.nodes.size()) {
     for (NodeRun &run : runs) run.next = run.completedBelow = plan.first;
     for (GraphNode const &node : graph.nodes)
         if (node.generator) generators.push_back(node.index);
@@ -45,20 +40,22 @@ Task *Scheduler::takeAny(std::size_t choice) {
     return start(node);
 }
 
-bool Scheduler::hasWorthwhile() const {
-    return std::any_of(ready.begin(), ready.end(), [&](Ready const &entry) {
-        NodeRun const &run = runs[entry.node];
-        return !run.sampled || run.nanoseconds >= worthwhileNanoseconds;
-    });
+bool Scheduler::worthWaking(Task const &taken) const {
+    if (ready.empty()) return false;
+    auto const isLong = [&](std::size_t node) {
+        return !runs[node].sampled || runs[node].nanoseconds >= wakingNanoseconds;
+    };
+    return isLong(taken.node->index) ||
+           std::any_of(ready.begin(), ready.end(), [&](Ready const &entry) { return isLong(entry.node); });
 }
 
 /// The first tick that may not be started: the end of the run, a tick that failed, or, when the host wants to stop,
 /// what has not begun yet.
-Tick Scheduler::lastTickToRun() const {
-    Tick last = end;
-    if (failure) last = std::min(last, failure->tick + 1);
-    if (progress.stop.load(std::memory_order_relaxed)) last = std::min(last, highestStarted);
-    return last;
+Tick Scheduler::endOfStarts() const {
+    Tick first = end;
+    if (failure) first = std::min(first, failure->tick + 1);
+    if (progress.stop.load(std::memory_order_relaxed)) first = std::min(first, highestStarted);
+    return first;
 }
 
 /// Below this tick all generators have completed, so the run is certain to reach these ticks.
@@ -68,28 +65,33 @@ Tick Scheduler::certainBelow() const {
     return certain;
 }
 
-bool Scheduler::mayRun(GraphNode const &node) {
+/// What stays true, once it is, until the node starts its next tick.
+bool Scheduler::hasInputsAndRoom(GraphNode const &node) const {
     NodeRun const &run = runs[node.index];
-    Tick const tick = run.next;
-    if (run.running != 0 && !node.selfParallel) return false;
-    if (tick >= lastTickToRun()) return false;
+    if (run.running != 0 && (!node.selfParallel || run.alone || node.changeDue(run.next))) return false;
     for (GraphNode::Input const &input : node.inputs)
-        if (!buffers[input.stream].holds(tick)) return false;
+        if (!buffers[input.stream].holds(run.next)) return false;
     for (GraphNode::Output const &output : node.outputs) {
         GraphStream const &stream = graph.streams[output.stream];
         if (stream.read() && buffers[output.stream].size() >= stream.capacity) return false;
     }
-    bool const overCap = tick != done && bytesInFlight + bytesExpected + run.outputBytes > plan.maxBytes;
-    if (overCap || (node.sideEffects && tick >= certainBelow()) || !node.node->readyForProcessingInputs()) {
-        hold(node.index);
-        return false;
-    }
     return true;
+}
+
+/// What other nodes, the host or the node itself can change at any time.
+bool Scheduler::isPermitted(GraphNode const &node) {
+    NodeRun const &run = runs[node.index];
+    if (run.next >= endOfStarts()) return false;
+    bool const overCap = run.next != done && bytesInFlight + bytesExpected + run.outputBytes > plan.maxBytes;
+    if (!overCap && !(node.sideEffects && run.next >= certainBelow()) && node.node->readyForProcessingInputs())
+        return true;
+    hold(node.index);
+    return false;
 }
 
 void Scheduler::offer(std::size_t node) {
     NodeRun &run = runs[node];
-    if (run.queued || !mayRun(graph.nodes[node])) return;
+    if (run.queued || !hasInputsAndRoom(graph.nodes[node]) || !isPermitted(graph.nodes[node])) return;
     run.queued = true;
     ready.push_back({run.next, graph.nodes[node].rank, node});
     std::push_heap(ready.begin(), ready.end(), std::greater<>());
@@ -107,21 +109,23 @@ Task *Scheduler::start(std::size_t index) {
     GraphNode &node = graph.nodes[index];
     NodeRun &run = runs[index];
     run.queued = false;
-    if (!mayRun(node)) return nullptr;
+    if (!isPermitted(node)) return nullptr;
 
     if (idleTasks.empty()) idleTasks.push_back(std::make_unique<Task>());
     Task *const task = idleTasks.back().release();
     idleTasks.pop_back();
     task->begin(node, run.next);
     for (std::size_t i = 0; i < node.inputs.size(); i++) {
-        StreamBuffer::Slot const &slot = buffers[node.inputs[i].stream].at(run.next);
-        task->inputs[i] = {slot.value, slot.readersLeft > 1};
+        StreamBuffer::Slot &slot = buffers[node.inputs[i].stream].at(run.next);
+        bool const shared = slot.readersLeft > 1;
+        task->inputs[i] = {shared ? slot.value : std::move(slot.value), slot.type, shared};
     }
     for (GraphNode::Output const &output : node.outputs)
         if (graph.streams[output.stream].read()) buffers[output.stream].reserve(run.next);
     bytesExpected += run.outputBytes;
     task->bytesExpected = run.outputBytes;
 
+    run.alone = !task->changes.empty();
     run.next++;
     run.running++;
     running++;
@@ -167,13 +171,22 @@ void Scheduler::publish(Task &task) {
         if (!stream.read()) continue;
         StreamBuffer::Slot &slot = buffers[index].at(task.tick);
         slot.value = std::move(task.outputs[i]);
-        slot.bytes = bytesOf(slot.value);
+        slot.type = slot.value != nullptr ? typeOn(index, *slot.value) : nullptr;
+        slot.bytes = slot.type != nullptr ? slot.type->bytes(*slot.value) : 0;
         slot.readersLeft = stream.consumers.size();
         slot.written = true;
         stream.buffered.store(stream.buffered.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         bytesInFlight += slot.bytes;
         run.outputBytes += slot.bytes;
     }
+}
+
+/// The type of a value on a stream. The types on one stream rarely change, so the last one is tried first.
+ValueType const *Scheduler::typeOn(std::size_t stream, Variant const &value) {
+    KnownType &known = knownTypes[stream];
+    std::type_info const &info = typeid(value);
+    if (known.info != &info) known = {&info, valueTypeOf(value)};
+    return known.type;
 }
 
 /// Lets go of what a task holds; a value goes with its last reader, and its room on the stream with it.
@@ -252,8 +265,8 @@ Outcome Scheduler::outcome() const {
     result.doneBelow = std::min(done, end);
     for (NodeRun const &run : runs) result.nodeDoneBelow.push_back(std::min(run.completedBelow, end));
     result.failure = failure;
-    bool const complete = std::all_of(runs.begin(), runs.end(),
-                                      [&](NodeRun const &run) { return run.completedBelow >= lastTickToRun(); });
+    bool const complete =
+        std::all_of(runs.begin(), runs.end(), [&](NodeRun const &run) { return run.completedBelow >= endOfStarts(); });
     if (!failure && !complete) result.failure = Failure{explainStall(), "", 0, done};
     return result;
 }
@@ -261,7 +274,7 @@ Outcome Scheduler::outcome() const {
 std::string Scheduler::explainStall() const {
     std::string text = "the run stalled at tick " + std::to_string(done) + ": no node can go on";
     for (GraphNode const &node : graph.nodes)
-        if (runs[node.index].next < lastTickToRun()) text += "\n  " + explainWait(node);
+        if (runs[node.index].next < endOfStarts()) text += "\n  " + explainWait(node);
     return text;
 }
 

@@ -20,6 +20,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "engine/Executors.h"
@@ -41,8 +42,8 @@ public:
     std::size_t readyCount() const { return ready.size(); }
     Task *takeAny(std::size_t choice);
 
-    /// Whether one of the tasks that may run now is worth another thread's waking.
-    bool hasWorthwhile() const;
+    /// Whether to wake another thread while `taken` runs: something else may run, and one of the two takes long.
+    bool worthWaking(Task const &taken) const;
 
     /// Takes back a task that was run: hands out what it wrote, frees what it read.
     void complete(Task *task);
@@ -63,10 +64,16 @@ private:
         std::vector<Tick> completedEarly; ///< completed ticks beyond
         std::uint32_t running = 0;
         bool queued = false;           ///< its next tick stands in `ready`
+        bool alone = false;            ///< the tick that runs changes options, so no other may run beside it
         bool held = false;             ///< it stands in `held`
         bool sampled = false;          ///< `nanoseconds` holds something
         double nanoseconds = 0;        ///< what one process() takes, on average
         std::uint64_t outputBytes = 0; ///< what its last tick wrote
+    };
+
+    struct KnownType {
+        std::type_info const *info = nullptr;
+        ValueType const *type = nullptr;
     };
 
     /// A task that could start when it was put here; what is oldest and nearest the sinks is taken first.
@@ -78,17 +85,19 @@ private:
         friend auto operator<=>(Ready const &, Ready const &) = default;
     };
 
-    bool mayRun(GraphNode const &node);
+    bool hasInputsAndRoom(GraphNode const &node) const;
+    bool isPermitted(GraphNode const &node);
     void offer(std::size_t node);
     void offerNeighbours(GraphNode const &node);
     Task *start(std::size_t node);
     void publish(Task &task);
+    ValueType const *typeOn(std::size_t stream, Variant const &value);
     void release(Task &task);
     void noteCompletion(Task &task);
     void noteFailure(Task &task);
     void hold(std::size_t node);
     void offerHeld();
-    Tick lastTickToRun() const;
+    Tick endOfStarts() const;
     Tick certainBelow() const;
     void countBytes();
     std::string explainStall() const;
@@ -101,8 +110,9 @@ private:
     std::vector<NodeRun> runs;
     std::vector<std::size_t> generators;
     std::vector<StreamBuffer> buffers;
-    std::vector<Ready> ready;      ///< a heap, the first to take in front
-    std::vector<std::size_t> held; ///< nodes that wait for bytes, for certainty, or for themselves
+    std::vector<KnownType> knownTypes; ///< by stream
+    std::vector<Ready> ready;          ///< a heap, the first to take in front
+    std::vector<std::size_t> held;     ///< nodes that wait for bytes, for certainty, or for themselves
     std::vector<std::unique_ptr<Task>> idleTasks;
 
     Tick end;             ///< first tick that is not run

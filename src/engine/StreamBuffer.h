@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "containers/Variant.h"
+#include "engine/ValueTypes.h"
 #include "pipeline/Tick.h"
 
 namespace zun::engine {
@@ -14,7 +15,8 @@ namespace zun::engine {
 class StreamBuffer {
 public:
     struct Slot {
-        std::shared_ptr<Variant> value; ///< null at a tick at which the node wrote nothing
+        std::shared_ptr<Variant> value;  ///< null at a tick at which the node wrote nothing
+        ValueType const *type = nullptr; ///< of the value; null for a type that the engine doesn't know
         std::uint64_t bytes = 0;
         std::size_t readersLeft = 0;
         bool taken = false;   ///< there is room set aside, or a value

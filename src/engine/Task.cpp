@@ -24,29 +24,27 @@ std::string const &streamName(Graph const &graph, std::size_t stream) { return g
 /// A frame that the node writes into must be its alone. Two ports on one stream get the same copy, because the node
 /// would see the same frame twice without the engine.
 void makeOwn(Task::Input &input) {
-    ValueType const *const type = valueTypeOf(*input.value);
-    if (type == nullptr) return;
-    long const ownReferences = 2; // the stream's and the task's
-    if (input.shared || input.value.use_count() > ownReferences || !type->soleOwner(*input.value)) {
-        input.value = type->copy(*input.value);
+    if (input.type == nullptr) return;
+    if (input.shared || input.value.use_count() > 1 || !input.type->soleOwner(*input.value)) {
+        input.value = input.type->copy(*input.value);
         input.shared = false;
     }
 }
 
-std::string describeType(Variant const &value) {
-    ValueType const *const type = valueTypeOf(value);
-    return type != nullptr ? type->expression : demangle(typeid(value));
+std::string describeType(Task::Input const &input) {
+    if (input.type != nullptr) return input.type->expression;
+    Variant const &value = *input.value;
+    return demangle(typeid(value));
 }
 
 /// Reading a value as another type than it has would be the end of the process, so types are compared first.
 void checkTypes(Task const &task, Graph const &graph) {
     for (std::size_t i = 0; i < task.inputs.size(); i++) {
         GraphNode::Input const &input = task.node->inputs[i];
-        Variant const *const value = task.inputs[i].value.get();
-        if (input.expected == nullptr || value == nullptr || typeid(*value) == *input.expected->variant) continue;
-        throw Exception("stream '" + streamName(graph, input.stream) + "' holds a value of type " +
-                        describeType(*value) + ", but input '" + input.ports.front() + "' takes " +
-                        input.expected->expression);
+        Task::Input const &held = task.inputs[i];
+        if (input.expected == nullptr || held.value == nullptr || held.type == input.expected) continue;
+        throw Exception("stream '" + streamName(graph, input.stream) + "' holds a value of type " + describeType(held) +
+                        ", but input '" + input.ports.front() + "' takes " + input.expected->expression);
     }
 }
 
@@ -66,6 +64,17 @@ void checkGuard(Task const &task, Graph const &graph) {
     std::string const where =
         stream != streams.end() ? "stream '" + streamName(graph, stream->second) + "' at input '" : "input '";
     throw Exception(where + refusal->port + "': " + refusal->reason);
+}
+
+void changeOptions(Task const &task) {
+    GraphNode &node = *task.node;
+    auto options = node.config.getParsedOptions();
+    for (GraphNode::Change const *const change : task.changes) {
+        node.node->setOption(change->option, *change->value);
+        options[change->option] = change->given;
+    }
+    node.config = NodeConfig(node.config.getType(), options, node.config.getInputs(), node.config.getOutputs(),
+                             node.config.getLimits());
 }
 
 std::string listStreams(Task const &task, Graph const &graph) {
@@ -90,6 +99,8 @@ void Task::begin(GraphNode &forNode, Tick atTick) {
     inputs.resize(forNode.inputs.size());
     outputs.resize(forNode.outputs.size());
     failure.reset();
+    changes.clear();
+    while (forNode.changeDue(atTick)) changes.push_back(&forNode.changes[forNode.changesStarted++]);
 }
 
 bool Task::wroteSomething() const {
@@ -103,6 +114,7 @@ void runTask(Task &task, Graph const &graph, bool trust) {
                        listStreams(task, graph) + ": " + reason;
     };
     try {
+        if (!task.changes.empty()) changeOptions(task);
         if (!trust) {
             checkTypes(task, graph);
             checkGuard(task, graph);

@@ -14,19 +14,22 @@ namespace zun::engine {
 
 struct Task {
     struct Input {
-        std::shared_ptr<Variant> value; ///< null where the stream has none at this tick
-        bool shared = false;            ///< another node has still to read it, or is reading it
+        std::shared_ptr<Variant> value;  ///< null where the stream has none at this tick
+        ValueType const *type = nullptr; ///< of the value; null for a type that the engine doesn't know
+        bool shared = false;             ///< another node has still to read it, or is reading it
     };
 
     GraphNode *node = nullptr;
     Tick tick = 0;
-    std::vector<Input> inputs;                     ///< in the order of the node's
-    std::vector<std::shared_ptr<Variant>> outputs; ///< in the order of the node's; what process() wrote
-    std::optional<std::string> failure;            ///< why process() did not succeed, for the user
-    std::optional<double> nanoseconds;             ///< what process() took, where it was timed
-    std::uint64_t bytesExpected = 0;               ///< what it will write, as far as the scheduler knows
+    std::vector<Input> inputs;                      ///< in the order of the node's
+    std::vector<std::shared_ptr<Variant>> outputs;  ///< in the order of the node's; what process() wrote
+    std::optional<std::string> failure;             ///< why process() did not succeed, for the user
+    std::vector<GraphNode::Change const *> changes; ///< of the node's options, to be made before process()
+    std::optional<double> nanoseconds;              ///< what process() took, where it was timed
+    std::uint64_t bytesExpected = 0;                ///< what it will write, as far as the scheduler knows
 
-    /// Readies the task for a node and a tick; keeps the storage that it has.
+    /// Readies the task for a node and a tick, and takes the option changes that are due with it; a task that has some
+    /// must run alone on its node. Keeps the storage that it has.
     void begin(GraphNode &forNode, Tick atTick);
 
     bool wroteSomething() const;

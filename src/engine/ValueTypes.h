@@ -26,8 +26,8 @@ using StreamTypes =
 
 /// What is known of one of them. `bytes` and `copy` take a value of exactly this type.
 struct ValueType {
-    std::string expression; ///< canonical, see canonicalType()
-    std::type_info const *variant; ///< of VariantType<T>
+    std::string expression;                       ///< canonical, see canonicalType()
+    std::type_info const *variant;                ///< of VariantType<T>
     std::uint64_t (*bytes)(Variant const &value); ///< what the value holds, the storage of its frames included
     std::shared_ptr<Variant> (*copy)(Variant const &value); ///< a copy that shares no storage with it
     bool (*soleOwner)(Variant const &value); ///< false if another header shares the storage of one of its frames

@@ -32,7 +32,8 @@ public:
     public:
         Inside(Overlap &overlap, Tick tick, bool mayOverlap) : of(overlap) {
             if (of.inside.fetch_add(1) > 0 && !mayOverlap) journal().violation("a serial node runs two ticks at once");
-            if (!mayOverlap && of.next.exchange(tick + 1) > tick) journal().violation("a node's ticks run out of order");
+            if (!mayOverlap && of.next.exchange(tick + 1) > tick)
+                journal().violation("a node's ticks run out of order");
         }
         ~Inside() { of.inside.fetch_sub(1); }
 
@@ -94,7 +95,8 @@ public:
     };
     void process(Tick tick) override {
         Overlap::Inside const inside(overlap, tick, parallel);
-        if (work > 0) std::this_thread::sleep_for(std::chrono::microseconds((tick * 7919 + static_cast<Tick>(seed)) % 97));
+        if (work > 0)
+            std::this_thread::sleep_for(std::chrono::microseconds((tick * 7919 + static_cast<Tick>(seed)) % 97));
         unsigned mixed = static_cast<unsigned>(seed) * 2654435761u + static_cast<unsigned>(tick);
         if (a.connected()) mixed = mixed * 31u + static_cast<unsigned>(readStream(tick, a));
         if (b.connected()) mixed = mixed * 37u + static_cast<unsigned>(readStream(tick, b));
@@ -138,10 +140,9 @@ public:
         static constexpr NodeRow node{.type = "TestFail", .sourcePath = "test", .summary = "f"};
         static constexpr auto inputs = rows(input("in", "int", &TestFail::in, ""));
         static constexpr auto outputs = rows(output("out", "int", &TestFail::out, ""));
-        static constexpr auto options = rows(option("at", "int", "-1", &TestFail::at, ""),
-                                             option("alsoAt", "int", "-1", &TestFail::alsoAt, ""),
-                                             option("skip", "int", "-1", &TestFail::skip, ""),
-                                             option("delay", "int", "0", &TestFail::delay, ""));
+        static constexpr auto options =
+            rows(option("at", "int", "-1", &TestFail::at, ""), option("alsoAt", "int", "-1", &TestFail::alsoAt, ""),
+                 option("skip", "int", "-1", &TestFail::skip, ""), option("delay", "int", "0", &TestFail::delay, ""));
     };
     void process(Tick tick) override {
         if (static_cast<int>(tick) == at) std::this_thread::sleep_for(std::chrono::milliseconds(delay));
@@ -170,7 +171,8 @@ public:
     };
     void process(Tick tick) override {
         auto const extent = static_cast<std::uint32_t>(side);
-        if (kept.count == 0 || !sameStorage) kept = Grey({extent, extent}, static_cast<unsigned char>(sameStorage ? 1 : readStream(tick, in) & 63));
+        if (kept.count == 0 || !sameStorage)
+            kept = Grey({extent, extent}, static_cast<unsigned char>(sameStorage ? 1 : readStream(tick, in) & 63));
         writeStream(tick, out, kept);
         if (!sameStorage) kept = {};
     }

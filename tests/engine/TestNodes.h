@@ -32,10 +32,10 @@ Journal &journal();
 
 /// Registers the node types, once:
 ///   TestSource            generator; options length (-1: without end), endsAt (unknown to getRunUntil), stall
-///   TestMix, TestMixSerial  out = a function of a, b (either may be left out), tick and option seed; option work: spins
-///   TestSink              notes what it reads under its option `label`
-///   TestFail              passes a on; fails at the ticks `at` and `alsoAt`, writes nothing at tick `skip`
-///   TestFrame, TestPaint, TestFrameSum   a frame; a node that adds 1 to every pixel of the frame it reads; its sum
+///   TestMix, TestMixSerial  out = a function of a, b (either may be left out), tick and option seed; option work:
+///   spins TestSink              notes what it reads under its option `label` TestFail              passes a on; fails
+///   at the ticks `at` and `alsoAt`, writes nothing at tick `skip` TestFrame, TestPaint, TestFrameSum   a frame; a node
+///   that adds 1 to every pixel of the frame it reads; its sum
 void registerTestNodes();
 
 using Bindings = std::vector<std::pair<std::string, std::string>>;
