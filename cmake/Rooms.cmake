@@ -20,7 +20,16 @@ function(zun_room name kind)
         add_library(${name} ${kind} ${ROOM_SOURCES})
         set(public PUBLIC)
         target_link_libraries(${name} PRIVATE zun_flags ${ROOM_PRIVATE_USES} ${ROOM_LINKS})
-        set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+        # On a system's library path a name such as "pipeline" says too little.
+        set(file ${name})
+        if(NOT name MATCHES "^vexa_")
+            set(file zun_${name})
+        endif()
+        set_target_properties(${name} PROPERTIES
+            OUTPUT_NAME ${file}
+            VERSION ${PROJECT_VERSION}
+            SOVERSION ${PROJECT_VERSION_MAJOR}
+            INSTALL_RPATH "$ORIGIN")
     endif()
     add_library(zun::${name} ALIAS ${name})
     target_include_directories(${name} ${public} $<BUILD_INTERFACE:${entrance}>
@@ -29,14 +38,4 @@ function(zun_room name kind)
     target_link_libraries(${name} ${public} ${ROOM_USES})
     # Values are bits: no product and sum may be fused, in whoever compiles our templates either.
     target_compile_options(${name} ${public} -ffp-contract=off)
-endfunction()
-
-# A plug-in: a library that registers node types when it is loaded and exports nothing.
-function(zun_plugin name)
-    add_library(${name} MODULE ${ARGN})
-    target_link_libraries(${name} PRIVATE zun::frame)
-    set_target_properties(${name} PROPERTIES
-        PREFIX "" CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
-    target_link_options(${name} PRIVATE -Wl,--version-script=${ZUN_PLUGIN_EXPORTS})
-    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${ZUN_PLUGIN_EXPORTS})
 endfunction()

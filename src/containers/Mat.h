@@ -161,7 +161,8 @@ struct MatView {
 template <class T>
 Mat<T, 2> cropReplicate(Mat<T, 2> const &source, int x, int y, int width, int height) {
     Mat<T, 2> result({static_cast<std::uint32_t>(height), static_cast<std::uint32_t>(width)});
-    if (result.count != 0) std::memset(static_cast<void *>(result.first()), 0, result.bytes());
+    if (result.count == 0) return result;
+    std::memset(static_cast<void *>(result.first()), 0, result.bytes());
 
     int const rows = static_cast<int>(source.shape[0]), columns = static_cast<int>(source.shape[1]);
     int const right = wrappingAdd(x, width), bottom = wrappingAdd(y, height);

@@ -3,13 +3,21 @@
 //   variables: {photo: coffee.png}       # defaults of ${photo}
 //   nodes:
 //     - type: ReadFrames
-//       name: reader                     # optional; the type and a number without it
+//       name: reader                     # optional
 //       outputs: {rgb: picture}          # port -> stream
 //       options: {path: "${photo}"}
 //     - type: NegativeImage
 //       inputs: {input: picture}
 //       outputs: {output: negative}
 //       limits: {output: -1}             # how many values the stream may buffer
+//
+// A node without a name is called by its type; the second such node of a type "NegativeImage2", and so on, past names
+// that are taken. A stream named "-" is no stream: the port is left unconnected.
+//
+// ${name} in a value stands for a variable, and $${ for a literal ${. Its value is put into the text of the scalar
+// before that is resolved: without quotes, ${n} with n=3 is the int 3; in quotes it is a string. Within { } and [ ],
+// where YAML reads the brace as its own, it needs the quotes, so numbers from variables go in maps of one entry a line.
+// A default may use the variables above it.
 #pragma once
 
 #include <cstdint>
@@ -50,13 +58,13 @@ bool hasErrors(Findings const &findings);
 
 struct PortBinding {
     std::string port;
-    std::string stream; ///< "-" for a port that is left unconnected on purpose
+    std::string stream; ///< "-" for a port that is left unconnected on purpose; empty where it could not be read
     Place place;        ///< of the port's name
 };
 
 struct OptionSetting {
     std::string name;
-    OptionNode value;
+    OptionNode value; ///< of type NONE where the description held none that could be read
     Place place;
 };
 
@@ -78,6 +86,7 @@ struct NodeDescription {
     /// `reader (ReadFrames)`, as messages name a node.
     std::string label() const { return "'" + name + "' (" + type + ")"; }
 
+    /// What the node is built from.
     NodeConfig config() const;
 };
 
@@ -89,7 +98,9 @@ struct Description {
 /// What the user gives along with a description.
 struct Overrides {
     std::map<std::string, std::string> variables; ///< values of ${name}, over the file's defaults
-    std::vector<std::string> settings;            ///< "node.option=value", the value as a description would write it
+    /// "node.option=value", the value as a description would write it. The first "=" ends the option's name and the
+    /// last dot before it begins it, so that a node's name may hold dots but no "=".
+    std::vector<std::string> settings;
 };
 
 /// The largest description that is read, in bytes.
@@ -104,8 +115,8 @@ Description parseDescription(std::string const &text, std::string const &file, O
 Description readDescription(std::string const &file, Overrides const &overrides, Findings &findings);
 
 /// Reads one value as a description would hold it: plain scalars by the core schema (true and false, decimal and 0x
-/// integers, floats), quoted ones as strings, and flow lists; the raw text is kept. Throws zun::Exception for a text
-/// that is no such value.
+/// integers, floats), quoted ones as strings, and flow lists; the raw text is kept, of a list a readable form. Throws
+/// zun::Exception for a text that is no such value.
 OptionNode parseValue(std::string const &text);
 
 } // namespace zun::engine

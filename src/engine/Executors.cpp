@@ -116,7 +116,9 @@ class ThreadExecutor : public Executor {
 public:
     Outcome run(Graph &graph, RunPlan const &plan, Progress &progress) override {
         Scheduler scheduler(graph, plan, progress);
-        {
+        if (plan.threads == 1) {
+            workAlone(scheduler, graph, plan);
+        } else {
             std::vector<std::jthread> workers;
             for (unsigned i = 1; i < plan.threads; i++) workers.emplace_back([&] { work(scheduler, graph, plan); });
             work(scheduler, graph, plan);
@@ -125,6 +127,19 @@ public:
     }
 
 private:
+    static void workAlone(Scheduler &scheduler, Graph const &graph, RunPlan const &plan) {
+        while (true) {
+            if (Task *const task = scheduler.take()) {
+                runTask(*task, graph, plan.trust);
+                scheduler.complete(task);
+            } else if (scheduler.awaitsNode()) {
+                std::this_thread::sleep_for(askAgainAfter);
+            } else if (scheduler.readyCount() == 0) {
+                return;
+            }
+        }
+    }
+
     void work(Scheduler &scheduler, Graph const &graph, RunPlan const &plan) {
         std::unique_lock lock(mutex);
         while (!over) {

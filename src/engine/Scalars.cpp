@@ -121,10 +121,11 @@ OptionNode optionFrom(YamlNode const &node, YamlOrigin const &origin, Place cons
         break;
     }
     std::vector<OptionNode> elements;
-    for (YamlNode const &item : node.items) {
+    for (YamlNode const &item : node.items)
         elements.push_back(optionFrom(item, origin, origin.place(node), "an element of " + what, report));
-        if (elements.back().type == OptionNode::Type::NONE) return {};
-    }
+    bool const complete = std::all_of(elements.begin(), elements.end(),
+                                      [](OptionNode const &e) { return e.type != OptionNode::Type::NONE; });
+    if (!complete) return {};
     std::string text = listText(elements);
     return OptionNode::ofVector(std::move(elements), std::move(text));
 }

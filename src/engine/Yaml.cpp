@@ -129,9 +129,9 @@ private:
 
     void refuseTag(std::string const &tag, YamlNode const &node) {
         if (!tag.empty() && tag != "?" && tag != "!")
-            report.error(origin.place(node),
-                         "descriptions have no tags (" + quoted(tag) + "); a value in quotes is a text, one without is "
-                                                                       "what it looks like");
+            report.error(origin.place(node), "descriptions have no tags (" + quoted(tag) +
+                                                 "); a value in quotes is a text, one without is "
+                                                 "what it looks like");
     }
 
     YamlOrigin const &origin;

@@ -64,6 +64,7 @@ concept ClassTemplate = requires {
     Class::templates();
 };
 
+/// A node class whose ticks may overlap with some options and not with others has a member mayOverlap() for it.
 template <class Class>
 class Framed final : public Class {
     using Table = typename Class::Table;
@@ -82,7 +83,12 @@ public:
     static NodeDocumentation documentation();
 
     std::string getType() override { return row.type; }
-    bool canSelfParallelise() const override { return row.parallelCode == 1; }
+    bool canSelfParallelise() const override {
+        if constexpr (requires(Class const &node) { node.mayOverlap(); })
+            return row.parallelCode == 1 && Class::mayOverlap();
+        else
+            return row.parallelCode == 1;
+    }
 
     std::shared_ptr<PipelineNode> createInstance(NodeConstructionInfo const &info, NodeConfig const &config) override {
         return std::shared_ptr<PipelineNode>(new Framed(info, config));

@@ -24,11 +24,12 @@ protected:
 
     /// The stream's value at this tick: a frame's header, whose pixels are shared with the stream, or a copy of a list.
     template <class T>
+    [[gnu::no_sanitize("vptr")]] // the cast is meant, whatever the value is
     T readStream(Tick tick, InputStream<T> const &stream, bool mustExist = true) {
         std::shared_ptr<Variant> const held = state->getLinearInput(this, tick, stream.name, mustExist);
         // A value of another type is reported and then read all the same; hosts check types before a node runs.
         if (dynamic_cast<VariantType<T> *>(held.get()) == nullptr)
-            logTypeMismatch(stream.name, getType(), index, typeid(VariantType<T>), held.get());
+            logTypeMismatch(stream.name, getType(), nodeIndex, typeid(VariantType<T>), held.get());
         return static_cast<VariantType<T> *>(held.get())->value;
     }
 
@@ -46,6 +47,11 @@ protected:
     template <class T>
     void writeStream(Tick tick, OutputStream<Variant> const &stream, T value) {
         state->setLinearOutput(tick, stream.name, std::make_shared<VariantType<T>>(std::move(value)));
+    }
+
+    /// Writes a value that stands in a wrapper already.
+    void writeStream(Tick tick, OutputStream<Variant> const &stream, std::shared_ptr<Variant> value) {
+        state->setLinearOutput(tick, stream.name, std::move(value));
     }
 
     /// Fails with a message put together from `parts`, unless `holds`. `condition` is the check as the source has it.

@@ -16,7 +16,7 @@ std::int32_t outputSpace(std::int32_t limit, std::uint32_t hardwareThreads, std:
 PipelineState::~PipelineState() = default;
 
 PipelineNode::PipelineNode(NodeConstructionInfo const &info, NodeConfig const &)
-    : state(info.state), index(info.index) {}
+    : state(info.state), nodeIndex(info.index) {}
 PipelineNode::~PipelineNode() = default;
 
 std::set<std::string> PipelineNode::getCircularInputs() { return {}; }

@@ -101,13 +101,13 @@ public:
     virtual void setOption(std::string const &name, Variant &value) = 0;
 
     /// The node's place in the description.
-    int getIndex() const { return index; }
+    int getIndex() const { return nodeIndex; }
 
 protected:
     PipelineNode(NodeConstructionInfo const &info, NodeConfig const &config);
 
     PipelineState *const state;
-    std::int32_t const index;
+    std::int32_t const nodeIndex;
 };
 
 } // namespace zun

@@ -1,6 +1,7 @@
 #include "vexa_logging/Log.h"
 
 #include <atomic>
+#include <cerrno>
 #include <memory>
 #include <mutex>
 
@@ -14,8 +15,10 @@ void writeToStandardError(std::string const &channel, Level level, std::string c
     std::string const line = "[" + channel + "] " + levelName(level) + ": " + message + "\n";
     for (std::size_t written = 0; written < line.size();) {
         ssize_t const step = ::write(STDERR_FILENO, line.data() + written, line.size() - written);
-        if (step <= 0) return; // nowhere left to report to
-        written += static_cast<std::size_t>(step);
+        if (step > 0)
+            written += static_cast<std::size_t>(step);
+        else if (step == 0 || errno != EINTR)
+            return; // nowhere left to report to
     }
 }
 

@@ -1,0 +1,40 @@
+// What the programs do alike: load node types, read a description, check it, and tell what is wrong.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "engine/Check.h"
+#include "engine/Description.h"
+#include "engine/Facts.h"
+
+namespace zun::cli {
+
+/// How a program ends.
+enum ExitStatus : int { fine = 0, failed = 1, wrongUsage = 2 };
+
+/// What a command is told of a description.
+struct DescriptionArguments {
+    std::string file;
+    std::vector<std::string> variables; ///< "name=value"
+    std::vector<std::string> settings;  ///< "node.option=value"
+    std::vector<std::string> plugins;   ///< paths or names, beside the image-processing nodes
+};
+
+/// Makes the node types known: the host's own, those of the plug-in imgproc, and those of the plug-ins given. Throws
+/// zun::Exception for a plug-in that can't be loaded.
+void loadNodeTypes(std::vector<std::string> const &plugins);
+
+/// What this host knows of node types beyond their specifications.
+engine::NodeFactsTable const &knownFacts();
+
+struct CheckedDescription {
+    engine::Description description;
+    engine::CheckReport report; ///< with what is wrong with the file's form among the findings
+};
+
+/// Loads the node types, reads the description and checks it. All findings go to the standard error stream, in the
+/// order of the file.
+CheckedDescription readAndCheck(DescriptionArguments const &arguments);
+
+} // namespace zun::cli

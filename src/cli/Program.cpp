@@ -1,0 +1,96 @@
+#include "cli/Program.h"
+
+#include <exception>
+#include <iostream>
+#include <new>
+#include <optional>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Terminal.h"
+#include "engine/Check.h"
+
+namespace zun::cli {
+namespace {
+
+/// Requires a text of the form "left=right" with something before the sign, and a point in it if `withPoint` is true.
+CLI::Validator assignment(std::string const &form, bool withPoint) {
+    auto const validate = [form, withPoint](std::string &text) {
+        std::size_t const equals = text.find('='), point = text.find('.');
+        bool right = equals != std::string::npos && equals > 0;
+        if (withPoint) right = right && point != std::string::npos && point > 0 && point + 1 < equals;
+        return right ? std::string() : "'" + text + "' is not of the form " + form;
+    };
+    return {validate, form};
+}
+
+/// What is wrong with a first word that is no command.
+std::string explainCommand(CLI::App const &program, std::string const &word) {
+    std::vector<std::string> known;
+    for (CLI::App const *const command : program.get_subcommands({})) known.push_back(command->get_name());
+    std::optional<std::string> const nearest = engine::nearestName(word, known);
+    return "there is no command '" + word + "'" + (nearest ? "; did you mean '" + *nearest + "'?" : "");
+}
+
+void reportUsage(CLI::App const &program, std::string const &firstWord, CLI::ParseError const &error) {
+    std::vector<CLI::App *> const given = program.get_subcommands();
+    bool const lacksCommand = program.get_require_subcommand_min() > 0 && given.empty();
+    bool const wrongCommand = lacksCommand && !firstWord.empty() && firstWord[0] != '-';
+    std::string const command = given.empty() ? "" : " " + given.front()->get_name();
+    printError((wrongCommand ? explainCommand(program, firstWord) : error.what()) + " (" + program.get_name() +
+               command + " --help tells more)");
+}
+
+int carryOut(Action const &action) {
+    int status = failed;
+    try {
+        status = action();
+    } catch (std::bad_alloc const &) {
+        printError("there is not enough memory; try fewer --threads or a lower --max-memory");
+    } catch (std::exception const &error) {
+        printError(error.what());
+    }
+    if (status == fine && !std::cout.flush()) {
+        printError("the output can't be written");
+        return failed;
+    }
+    return status;
+}
+
+} // namespace
+
+void addPluginOption(CLI::App &command, std::vector<std::string> &plugins) {
+    command.add_option("--plugin", plugins, "Load a plug-in too: a path with a '/' in it, or a name in lib/zun/")
+        ->type_name("PATH|NAME")
+        ->allow_extra_args(false);
+}
+
+void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments) {
+    command.add_option("FILE", arguments.file, "The pipeline description, YAML")->required()->type_name("");
+    command.add_option("-D,--define", arguments.variables, "Set the variable that the description reads as ${name}")
+        ->type_name("NAME=VALUE")
+        ->check(assignment("name=value", false).name("").description(""))
+        ->allow_extra_args(false);
+    command.add_option("--set", arguments.settings, "Set an option of a node, over what the description says")
+        ->type_name("NODE.OPTION=VALUE")
+        ->check(assignment("node.option=value", true).name("").description(""))
+        ->allow_extra_args(false);
+    addPluginOption(command, arguments.plugins);
+}
+
+int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {
+    setProgramName(program.get_name());
+    showLog(false);
+    try {
+        program.parse(count, arguments);
+    } catch (CLI::Success const &request) {
+        program.exit(request); // prints the help that was asked for
+        return fine;
+    } catch (CLI::ParseError const &error) {
+        reportUsage(program, count > 1 ? arguments[1] : "", error);
+        return wrongUsage;
+    }
+    return carryOut(action);
+}
+
+} // namespace zun::cli

@@ -1,0 +1,32 @@
+// The frame of a command-line program.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/Host.h"
+
+namespace CLI {
+class App;
+}
+
+namespace zun::cli {
+
+/// What a command does once its arguments are read; returns an ExitStatus.
+using Action = std::function<int()>;
+
+// Each adds a subcommand to a program, and puts its action into `chosen` when it is the one that was given.
+void addRunCommand(CLI::App &program, Action &chosen);
+void addCheckCommand(CLI::App &program, Action &chosen);
+void addNodesCommand(CLI::App &program, Action &chosen);
+
+/// FILE, -D, --set and --plugin.
+void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments);
+void addPluginOption(CLI::App &command, std::vector<std::string> &plugins);
+
+/// Reads the command line and carries out the action that came of it. Everything that goes wrong ends in a message and
+/// an ExitStatus.
+int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action);
+
+} // namespace zun::cli

@@ -1,0 +1,154 @@
+// zun run: runs a pipeline.
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Interrupt.h"
+#include "cli/Program.h"
+#include "cli/ProgressDisplay.h"
+#include "cli/Terminal.h"
+#include "cli/Text.h"
+#include "engine/Run.h"
+#include "vexa_core/MatAlloc.h"
+
+namespace zun::cli {
+namespace {
+
+using Kind = engine::RunOptions::Executor;
+
+std::map<std::string, Kind> const executors{
+    {"threads", Kind::Threads}, {"sequential", Kind::Sequential}, {"shuffled", Kind::Shuffled}};
+
+constexpr unsigned mostThreads = 1024;
+
+struct RunArguments {
+    DescriptionArguments description;
+    engine::RunOptions options;
+    std::string frames, executor = "threads";
+    bool progress = false, stats = false, verbose = false;
+};
+
+std::optional<Tick> parseTick(std::string_view text) {
+    Tick tick = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), tick);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return tick;
+}
+
+/// Reads "a:b"; either may be left out. Returns what is wrong, or nothing.
+std::string readFrames(std::string const &text, engine::RunOptions &options) {
+    std::size_t const colon = text.find(':');
+    if (colon == std::string::npos) return "'" + text + "' is not of the form a:b";
+    std::string const first = text.substr(0, colon), end = text.substr(colon + 1);
+    std::optional<Tick> const firstTick = first.empty() ? 0 : parseTick(first);
+    std::optional<Tick> const endTick = end.empty() ? endless : parseTick(end);
+    if (!firstTick || !endTick) return "'" + text + "' is not of the form a:b with numbers from 0 up";
+    if (*firstTick >= *endTick) return "'" + text + "' holds no tick: the first must be below the end";
+    options.first = *firstTick;
+    options.end = *endTick;
+    return "";
+}
+
+void printStatistics(engine::Progress const &progress) {
+    MatAlloc::Counters const counters = MatAlloc::getGlobalMatAlloc()->counters();
+    std::uint64_t const reusedPercent = counters.requests == 0 ? 0 : 100 * counters.reused / counters.requests;
+    Terminal::standardError().write(
+        "streams: at most " + readableBytes(progress.bytesPeak) + " in flight\n" +
+        "frame storage: " + counted(counters.requests, "block") + " handed out, " + std::to_string(reusedPercent) +
+        " % of them reused; at most " + readableBytes(counters.bytesPeak) + " in use, now " +
+        readableBytes(counters.bytesLive) + " in use and " + readableBytes(counters.bytesIdle) + " idle");
+}
+
+/// Runs and returns the ticks that were run.
+Tick runWatched(RunArguments const &arguments, engine::Description const &description, engine::Progress &progress) {
+    Interrupt const interrupt(progress.stop);
+    std::optional<ProgressDisplay> display;
+    if (arguments.progress) display.emplace(progress);
+    return engine::run(description, knownFacts(), arguments.options, progress);
+}
+
+int runDescription(RunArguments const &arguments) {
+    showLog(arguments.verbose);
+    CheckedDescription const checked = readAndCheck(arguments.description);
+    if (!checked.report.passed()) return failed;
+
+    engine::Progress progress;
+    auto const start = std::chrono::steady_clock::now();
+    int status = fine;
+    try {
+        Tick const ticks = runWatched(arguments, checked.description, progress);
+        std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
+        if (progress.stop) {
+            printError("stopped after " + counted(ticks, "tick") + "; what was written for them is complete");
+            status = failed;
+        } else if (ticks == 0) {
+            printWarning("no tick was run: a source has none" +
+                         (arguments.frames.empty() ? "" : " in --frames " + arguments.frames));
+        }
+        if (arguments.progress)
+            Terminal::standardError().write(
+                counted(ticks, "tick") + " done in " + readableRate(elapsed.count()) + " s, " +
+                readableRate(static_cast<double>(ticks) / std::max(elapsed.count(), 1e-9)) + " a second");
+    } catch (engine::RunError const &error) {
+        printError(error.what());
+        status = failed;
+    }
+    if (arguments.stats) printStatistics(progress);
+    return status;
+}
+
+void addRunOptions(CLI::App &command, RunArguments &arguments) {
+    engine::RunOptions &options = arguments.options;
+    command.add_option("--frames", arguments.frames, "Run the ticks from A to before B; either may be left out")
+        ->type_name("A:B")
+        ->check(CLI::Validator([&options](std::string &text) { return readFrames(text, options); }, ""));
+    command.add_option("--threads", options.threads, "Threads that run nodes (default: one for each core)")
+        ->type_name("N")
+        ->check(CLI::Range(1u, mostThreads).description(""));
+    command
+        .add_option("--executor", arguments.executor,
+                    "threads, or one of two for comparison: sequential, shuffled. All give the same results")
+        ->type_name("NAME")
+        ->check(CLI::IsMember(executors).description(""));
+    command.add_option("--seed", options.seed, "Seed of the shuffled executor (default: 0)")->type_name("N");
+    command
+        .add_option("--max-memory", options.maxBytes,
+                    "Bytes that may be in flight on all streams together, such as 500M or 2G (default: a quarter of "
+                    "the machine's memory)")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(false).description(""));
+    command.add_flag("--trust", options.trust, "Run nodes without the guards that refuse what would crash them");
+    command.add_flag("--progress", arguments.progress, "Show ticks done, rate and time left");
+    command.add_flag("--stats", arguments.stats, "Tell at the end what memory was used");
+    command.add_flag("--verbose", arguments.verbose,
+                     "Show also what failing nodes log, with the place in their source");
+}
+
+} // namespace
+
+void addRunCommand(CLI::App &program, Action &chosen) {
+    CLI::App *const command = program.add_subcommand("run", "Run a pipeline");
+    auto const arguments = std::make_shared<RunArguments>();
+    addDescriptionArguments(*command, arguments->description);
+    addRunOptions(*command, *arguments);
+    command->footer(
+        "The first Ctrl-C ends the run in order, with everything written complete; the second at once.\n"
+        "Exit status: 0 when the run went through, 1 when it or the description failed, 2 for wrong usage.\n\n"
+        "Examples:\n"
+        "  zun run examples/first.yaml -D out=/tmp --progress\n"
+        "  zun run film.yaml --frames 100:200 --threads 4 --set mark.colour=0x00FF00\n"
+        "  zun run film.yaml --plugin ./build/stars.so");
+    command->callback([arguments, &chosen] {
+        arguments->options.executor = executors.at(arguments->executor);
+        chosen = [arguments] { return runDescription(*arguments); };
+    });
+}
+
+} // namespace zun::cli

@@ -1,0 +1,32 @@
+// The program graphPipeline: checks a description and prints its graph as DOT.
+
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Dot.h"
+#include "cli/Program.h"
+
+namespace {
+
+int printGraph(zun::cli::DescriptionArguments const &arguments) {
+    zun::cli::CheckedDescription const checked = zun::cli::readAndCheck(arguments);
+    if (!checked.report.passed()) return zun::cli::failed;
+    std::cout << zun::cli::dotGraph(checked.description, zun::cli::knownFacts());
+    return zun::cli::fine;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    CLI::App program{"Checks a pipeline description and prints its graph in Graphviz's language.", "graphPipeline"};
+    zun::cli::DescriptionArguments arguments;
+    zun::cli::addDescriptionArguments(program, arguments);
+    program.footer(
+        "Findings go to the standard error stream, as with zun check.\n"
+        "Exit status: 0 when the graph was printed, 1 when the description has errors, 2 for wrong usage.\n\n"
+        "Examples:\n"
+        "  graphPipeline examples/first.yaml > first.dot\n"
+        "  graphPipeline examples/first.yaml | dot -Tsvg > first.svg");
+    return zun::cli::runProgram(program, argc, argv, [&] { return printGraph(arguments); });
+}

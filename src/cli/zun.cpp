@@ -1,0 +1,20 @@
+// The program zun: runs and checks pipelines, and tells about node types.
+
+#include <CLI/CLI.hpp>
+
+#include "cli/Program.h"
+
+int main(int argc, char **argv) {
+    CLI::App program{"Runs image-processing pipelines that a YAML file describes.", "zun"};
+    zun::cli::Action action;
+    zun::cli::addRunCommand(program, action);
+    zun::cli::addCheckCommand(program, action);
+    zun::cli::addNodesCommand(program, action);
+    program.require_subcommand(1);
+    program.footer("Each command has a --help of its own.\n\n"
+                   "Examples:\n"
+                   "  zun nodes                                    what there is to build with\n"
+                   "  zun check examples/first.yaml                everything that is wrong, at once\n"
+                   "  zun run examples/first.yaml -D out=/tmp");
+    return zun::cli::runProgram(program, argc, argv, [&] { return action(); });
+}

@@ -1,0 +1,85 @@
+#include "media/AtomicFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "containers/Exception.h"
+
+namespace zun::media {
+namespace {
+
+[[noreturn]] void fail(std::string const &path, char const *what) {
+    throw Exception("'" + path + "' " + what + ": " + std::strerror(errno));
+}
+
+} // namespace
+
+std::string AtomicFile::temporaryName(std::string const &path) {
+    std::filesystem::path const place(path);
+    return (place.parent_path() / ("." + place.filename().string() + ".part")).string();
+}
+
+AtomicFile::AtomicFile(std::string const &finalPath) : path(finalPath), temporary(temporaryName(finalPath)) {
+    descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (descriptor < 0) fail(path, "can't be written");
+}
+
+AtomicFile::~AtomicFile() {
+    if (descriptor < 0) return;
+    ::close(descriptor);
+    ::unlink(temporary.c_str());
+}
+
+void AtomicFile::write(std::string_view bytes) {
+    for (std::size_t done = 0; done < bytes.size();) {
+        ssize_t const step = ::write(descriptor, bytes.data() + done, bytes.size() - done);
+        if (step < 0 && errno == EINTR) continue;
+        if (step < 0) {
+            int const reason = errno;
+            // What stood there before is kept whole; if even this fails, the first reason is still the one to tell.
+            if (::ftruncate(descriptor, static_cast<off_t>(size)) == 0)
+                ::lseek(descriptor, static_cast<off_t>(size), SEEK_SET);
+            errno = reason;
+            fail(path, "can't be written");
+        }
+        done += static_cast<std::size_t>(step);
+    }
+    size += bytes.size();
+}
+
+void AtomicFile::commit() {
+    int const closed = ::close(descriptor);
+    descriptor = -1;
+    if (closed != 0) {
+        int const reason = errno;
+        ::unlink(temporary.c_str());
+        errno = reason;
+        fail(path, "can't be written");
+    }
+    moveIntoPlace(temporary, path);
+}
+
+void moveIntoPlace(std::string const &temporary, std::string const &path) {
+    if (std::rename(temporary.c_str(), path.c_str()) == 0) return;
+    int const reason = errno;
+    ::unlink(temporary.c_str());
+    errno = reason;
+    fail(path, "can't be put in place");
+}
+
+std::string whyNotWritable(std::string const &path) {
+    std::string folder = std::filesystem::path(path).parent_path().string();
+    if (folder.empty()) folder = ".";
+    if (::access(folder.c_str(), F_OK) != 0) return "the folder '" + folder + "' for '" + path + "' is not there";
+    if (::access(folder.c_str(), W_OK | X_OK) != 0)
+        return "the folder '" + folder + "' for '" + path + "' may not be written into";
+    if (std::filesystem::is_directory(path)) return "'" + path + "' is a folder";
+    return "";
+}
+
+} // namespace zun::media

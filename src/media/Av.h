@@ -1,0 +1,59 @@
+// FFmpeg's objects, owned; for the sources of this room alone.
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+#include <libswscale/swscale.h>
+}
+
+#include <memory>
+#include <string>
+
+namespace zun::media::av {
+
+struct Free {
+    void operator()(AVFrame *frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+    void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
+    void operator()(SwsContext *context) const { sws_freeContext(context); }
+};
+
+using Frame = std::unique_ptr<AVFrame, Free>;
+using Packet = std::unique_ptr<AVPacket, Free>;
+using Codec = std::unique_ptr<AVCodecContext, Free>;
+using Scaler = std::unique_ptr<SwsContext, Free>;
+
+/// Key-value settings that FFmpeg takes at opening.
+class Settings {
+public:
+    Settings() = default;
+    Settings(Settings const &) = delete;
+    Settings &operator=(Settings const &) = delete;
+    ~Settings() { av_dict_free(&entries); }
+
+    void set(char const *key, std::string const &value) { av_dict_set(&entries, key, value.c_str(), 0); }
+    AVDictionary **get() { return &entries; }
+
+private:
+    AVDictionary *entries = nullptr;
+};
+
+/// What FFmpeg has to say of an error.
+std::string reason(int error);
+
+/// An empty frame of a size and format, whose rows are padded far enough for every conversion.
+Frame makeFrame(int width, int height, AVPixelFormat format);
+
+/// Converts a picture to another pixel format of the same size: matrix and range as the source says (where it doesn't,
+/// BT.601 below 720 rows and BT.709 from there on), full chroma resolution, correct rounding, and the same bits on
+/// every processor. Throws zun::Exception for a format that can't be converted.
+Frame convert(AVFrame const &source, AVPixelFormat format);
+
+/// FFmpeg writes to its own log by default; what matters is in the errors that are thrown here.
+void silenceLog();
+
+} // namespace zun::media::av

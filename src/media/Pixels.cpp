@@ -1,0 +1,70 @@
+#include "media/Pixels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <type_traits>
+
+#include "containers/Exception.h"
+#include "containers/Mat.h"
+#include "engine/ValueTypes.h"
+#include "pipeline/TypeMismatch.h"
+
+namespace zun::media {
+namespace {
+
+unsigned char scaledByte(float value, float scale) {
+    float const scaled = value * scale;
+    return std::isnan(scaled) ? 0 : static_cast<unsigned char>(std::clamp(std::round(scaled), 0.0f, 255.0f));
+}
+
+template <class T>
+constexpr int channelsOf = std::is_arithmetic_v<T> ? 1 : static_cast<int>(sizeof(T) / sizeof(float));
+template <>
+inline constexpr int channelsOf<Vec3b> = 3;
+template <>
+inline constexpr int channelsOf<Vec4b> = 4;
+
+/// Fills `pixels` if the value is a frame of this element type.
+template <class T, class Number>
+bool tryFrame(std::shared_ptr<Variant> const &value, float scale, Pixels &pixels) {
+    auto const *const held = dynamic_cast<VariantType<Mat<T, 2>> const *>(value.get());
+    if (held == nullptr) return false;
+    Mat<T, 2> const &frame = held->value;
+    if (frame.count == 0)
+        throw Exception("a frame of " + std::to_string(frame.shape[0]) + " x " + std::to_string(frame.shape[1]) +
+                        " pixels can't be written");
+    pixels.height = static_cast<int>(frame.shape[0]);
+    pixels.width = static_cast<int>(frame.shape[1]);
+    pixels.channels = channelsOf<T>;
+    auto *const first = reinterpret_cast<Number *>(frame.first());
+    if constexpr (std::is_same_v<Number, unsigned char>) {
+        if (scale == 0.0f) {
+            pixels.bytes = std::shared_ptr<unsigned char>(value, first);
+            return true;
+        }
+    } else if (scale == 0.0f) {
+        throw Exception(
+            "a frame of floats can't be written as it is: set the option scale, 255 for values from 0 to 1");
+    }
+    std::size_t const count = pixels.rowBytes() * static_cast<std::size_t>(pixels.height);
+    pixels.bytes = MatAlloc::getGlobalMatAlloc()->getElements<unsigned char>(count);
+    std::transform(first, first + count, pixels.bytes.get(),
+                   [&](Number number) { return scaledByte(static_cast<float>(number), scale); });
+    return true;
+}
+
+} // namespace
+
+Pixels pixelsOf(std::shared_ptr<Variant> const &value, float scale) {
+    Pixels pixels;
+    if (tryFrame<unsigned char, unsigned char>(value, scale, pixels) ||
+        tryFrame<Vec3b, unsigned char>(value, scale, pixels) || tryFrame<Vec4b, unsigned char>(value, scale, pixels) ||
+        tryFrame<float, float>(value, scale, pixels) || tryFrame<Vec3f, float>(value, scale, pixels))
+        return pixels;
+    engine::ValueType const *const type = engine::valueTypeOf(*value);
+    Variant const &held = *value;
+    throw Exception("a value of type " + (type != nullptr ? type->expression : demangle(typeid(held))) +
+                    " is no frame and can't be written as one");
+}
+
+} // namespace zun::media

@@ -1,0 +1,139 @@
+// Reads frames from a still image, a numbered sequence of images, or a video.
+//
+//   - type: ReadFrames
+//     outputs: {rgb: picture}
+//     options: {path: frames/in-%05d.png, first: 1}
+//
+// Tick t gives frame `first` + t, modulo `count` where the whole is played more than once. Every tick gives storage of
+// its own, so nodes may draw into the frames.
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "containers/Exception.h"
+#include "frame/Registration.h"
+#include "media/FilePattern.h"
+#include "media/FrameNodes.h"
+#include "media/FrameReader.h"
+
+namespace zun::media {
+
+class ReadFrames : public Node {
+    std::string path;
+    int first = 0, count = 0, repeat = 1;
+    OutputStream<RgbFrame> rgb;
+    OutputStream<GreyFrame> grey;
+
+    std::optional<FilePattern> pattern;
+    std::unique_ptr<FrameReader> video; ///< null for images
+    std::uint64_t frames = 0;           ///< that are played, once
+
+public:
+    using Node::Node;
+
+    struct Table {
+        static constexpr NodeRow node{.type = "ReadFrames",
+                                      .sourcePath = "media/ReadFrames",
+                                      .classCode = 1,
+                                      .summary =
+                                          "Reads frames from an image, a numbered sequence of images, or a video"};
+        static constexpr auto inputs = rows();
+        static constexpr auto outputs =
+            rows(output("rgb", "zun::Mat<zun::Vec3b, 2>", &ReadFrames::rgb, "the frame in colour"),
+                 output("grey", "zun::Mat<unsigned char, 2>", &ReadFrames::grey, "the frame in grey"));
+        static constexpr auto options =
+            rows(requiredOption("path", "std::string", &ReadFrames::path,
+                                "an image, a video, or a sequence of images as in-%05d.png"),
+                 option("first", "int", "0", &ReadFrames::first,
+                        "number of the first file of a sequence; index of the first frame of a video"),
+                 option("count", "int", "0", &ReadFrames::count, "how many frames to read; 0: all there are"),
+                 option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end"));
+    };
+
+    bool isGenerator() const override { return true; }
+
+    /// Images are decoded side by side; a video is read in order.
+    bool mayOverlap() const { return !isVideo(); }
+
+    void initialize() override {
+        pattern.emplace(path);
+        if (first < 0 || count < 0 || repeat < 0)
+            throw Exception("the options first, count and repeat can't be negative");
+        std::uint64_t const there = pattern->numbered() ? countFiles() : countFrames();
+        if (there == 0)
+            throw Exception("'" + pattern->file(start()) + "' is not there: there is no frame to begin with");
+        frames = count == 0 ? there : static_cast<std::uint64_t>(count);
+        if (frames > there)
+            throw Exception("'" + path + "' has " + std::to_string(there) + " frames from " + std::to_string(first) +
+                            " on, but the option count asks for " + std::to_string(frames));
+    }
+
+    Tick getRunUntil(Tick end) override {
+        return repeat == 0 ? end : std::min(end, frames * static_cast<std::uint64_t>(repeat));
+    }
+
+    void process(Tick tick) override {
+        std::uint64_t const index = start() + tick % frames;
+        WantedFrames const wanted{rgb.connected(), grey.connected()};
+        Frames result;
+        if (isVideo())
+            readVideo(index, wanted, result);
+        else
+            FrameReader(pattern->file(index)).next(wanted, result);
+        if (wanted.rgb) writeStream(tick, rgb, std::move(result.rgb));
+        if (wanted.grey) writeStream(tick, grey, std::move(result.grey));
+    }
+
+    void flush(Tick) override { video.reset(); }
+
+private:
+    std::uint64_t start() const { return static_cast<std::uint64_t>(first); }
+
+    /// By its name, because the engine asks before the file is opened.
+    bool isVideo() const { return !isStillName(path); }
+
+    std::uint64_t countFiles() const {
+        std::uint64_t number = start();
+        while (std::filesystem::exists(pattern->file(number))) number++;
+        return number - start();
+    }
+
+    std::uint64_t countFrames() {
+        FrameReader const reader(pattern->file(0));
+        if (!isVideo() && !reader.isStill()) throw Exception("'" + path + "' is a video under the name of an image");
+        std::uint64_t const all = reader.frameCount();
+        return all > start() ? all - start() : 0;
+    }
+
+    void readVideo(std::uint64_t index, WantedFrames wanted, Frames &result) {
+        std::string const file = pattern->file(0);
+        if (video == nullptr || video->position() > index) video = std::make_unique<FrameReader>(file);
+        bool there = true;
+        while (there && video->position() < index) there = video->next({}, result);
+        if (there && video->next(wanted, result)) return;
+        throw Exception("'" + file + "' ends after " + std::to_string(video->position()) + " frames, but should have " +
+                        std::to_string(video->frameCount()));
+    }
+};
+
+void registerReadFrames() { static Registration<ReadFrames> const once; }
+
+engine::Forecast forecastReadFrames(NodeConfig const &config) {
+    engine::Forecast forecast;
+    auto const options = config.getParsedOptions();
+    try {
+        FilePattern const pattern(convertOption<std::string>(options.at("path")));
+        auto const first = options.find("first");
+        int const start = first == options.end() ? 0 : convertOption<int>(first->second);
+        FrameReader const reader(pattern.file(static_cast<std::uint64_t>(std::max(start, 0))));
+        std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
+        forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
+    } catch (Exception const &error) {
+        forecast.errors.push_back(error.what());
+    }
+    return forecast;
+}
+
+} // namespace zun::media

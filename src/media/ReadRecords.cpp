@@ -1,0 +1,143 @@
+// Reads one value a tick from a file of JSON lines: tick t is line t + 1.
+//
+//   - type: ReadRecords
+//     outputs: {value: corners}
+//     options: {path: corners.jsonl, type: "zun::List<zun::Vec2f>"}
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "containers/Exception.h"
+#include "frame/Registration.h"
+#include "media/Codec.h"
+#include "media/RecordNodes.h"
+
+namespace zun::media {
+namespace {
+
+/// A file whose lines can be read in any order and by several threads at once.
+class LineFile {
+public:
+    explicit LineFile(std::string const &path) : name(path), descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+        if (descriptor < 0) fail("can't be opened");
+        try {
+            findLines();
+        } catch (...) {
+            ::close(descriptor);
+            throw;
+        }
+    }
+    LineFile(LineFile const &) = delete;
+    LineFile &operator=(LineFile const &) = delete;
+    ~LineFile() { ::close(descriptor); }
+
+    std::uint64_t lineCount() const { return ends.size(); }
+
+    std::string line(std::uint64_t index) const {
+        std::uint64_t const begin = index == 0 ? 0 : ends[index - 1] + 1;
+        std::uint64_t const size = ends[index] - begin;
+        constexpr std::uint64_t longest = 256u << 20;
+        if (size > longest)
+            throw Exception("'" + name + "', line " + std::to_string(index + 1) + ": longer than any value");
+        std::string text(size, '\0');
+        if (readAt(begin, text.data(), size) != size) fail("has become shorter while it was read");
+        return text;
+    }
+
+private:
+    [[noreturn]] void fail(std::string const &what) const {
+        throw Exception("'" + name + "' " + what + (errno != 0 ? std::string(": ") + std::strerror(errno) : ""));
+    }
+
+    std::uint64_t readAt(std::uint64_t position, char *buffer, std::uint64_t size) const {
+        std::uint64_t done = 0;
+        while (done < size) {
+            errno = 0;
+            ssize_t const step = ::pread(descriptor, buffer + done, size - done, static_cast<off_t>(position + done));
+            if (step < 0 && errno == EINTR) continue;
+            if (step < 0) fail("can't be read");
+            if (step == 0) break;
+            done += static_cast<std::uint64_t>(step);
+        }
+        return done;
+    }
+
+    void findLines() {
+        std::string chunk(1u << 20, '\0');
+        std::uint64_t position = 0, read = 0;
+        bool open = false; // whether a last line without an end is left
+        while ((read = readAt(position, chunk.data(), chunk.size())) > 0) {
+            for (std::uint64_t i = 0; i < read; i++)
+                if (chunk[i] == '\n') ends.push_back(position + i);
+            open = chunk[read - 1] != '\n';
+            position += read;
+        }
+        if (open) ends.push_back(position);
+    }
+
+    std::string name;
+    int descriptor;
+    std::vector<std::uint64_t> ends; ///< where each line ends
+};
+
+} // namespace
+
+class ReadRecords : public Node {
+    std::string path, type;
+    OutputStream<Variant> value;
+
+    std::unique_ptr<LineFile> file;
+
+public:
+    using Node::Node;
+
+    struct Table {
+        static constexpr NodeRow node{.type = "ReadRecords",
+                                      .sourcePath = "media/ReadRecords",
+                                      .classCode = 1,
+                                      .summary = "Reads one value a tick from a file of JSON lines"};
+        static constexpr auto inputs = rows();
+        static constexpr auto outputs =
+            rows(output("value", "any", &ReadRecords::value, "the value of the tick's line"));
+        static constexpr auto options =
+            rows(requiredOption("path", "std::string", &ReadRecords::path, "the file, one JSON value a line"),
+                 requiredOption("type", "std::string", &ReadRecords::type, "type expression of the values"));
+    };
+
+    bool isGenerator() const override { return true; }
+    void initialize() override { file = std::make_unique<LineFile>(path); }
+    Tick getRunUntil(Tick end) override { return std::min<Tick>(end, file->lineCount()); }
+    void flush(Tick) override { file.reset(); }
+
+    void process(Tick tick) override {
+        std::string const line = file->line(tick);
+        try {
+            writeStream(tick, value, decodeValue(parseJson(line), type));
+        } catch (Exception const &error) {
+            throw Exception("'" + path + "', line " + std::to_string(tick + 1) + ": " + error.what());
+        }
+    }
+};
+
+void registerReadRecords() { static Registration<ReadRecords> const once; }
+
+engine::NodeFacts readRecordsFacts() {
+    engine::NodeFacts facts;
+    facts.typeFromOption = {{"value", "type"}};
+    facts.forecast = [](NodeConfig const &config) {
+        std::string const path = textOption(config, "path");
+        engine::Forecast forecast;
+        if (::access(path.c_str(), R_OK) != 0)
+            forecast.errors.push_back("'" + path + "' can't be opened: " + std::strerror(errno));
+        return forecast;
+    };
+    return facts;
+}
+
+} // namespace zun::media

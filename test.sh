@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Builds everything with warnings as errors and runs all tests: in the release build, then with address and
+# undefined-behaviour sanitizers, then those of the rooms that threads meet in with the thread sanitizer.
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
+
+# The undefined-behaviour sanitizer only reports otherwise.
+export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
+
+install_packages
+passed=0 failed=0
+
+# run_tests NAME CTEST_ARGUMENTS...: adds CTest's counts to the sums, and shows what failed.
+run_tests() {
+    local name=$1 log=build/$1-tests.log
+    shift
+    say "testing $name; the log is $log"
+    ctest --output-on-failure --no-tests=error --timeout 120 -j "$(nproc)" "$@" >"$log" 2>&1 </dev/null || true
+    local summary
+    summary=$(grep -E '^[0-9]+% tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -1) || {
+        tail -20 "$log" >&2
+        fail "no tests were run in $name"
+    }
+    local bad total
+    read -r bad total < <(sed -E 's/.*, ([0-9]+) tests failed out of ([0-9]+).*/\1 \2/' <<<"$summary")
+    passed=$((passed + total - bad)) failed=$((failed + bad))
+    echo "   $((total - bad)) passed, $bad failed"
+    [[ $bad -eq 0 ]] || grep -v -E '^ *[0-9]+/[0-9]+ Test .* Passed|^ *Start ' "$log" | head -200
+}
+
+build release
+run_tests release --test-dir build/release
+
+build asan-ubsan
+run_tests asan-ubsan --test-dir build/asan-ubsan
+
+threaded_rooms=(engine vexa_core vexa_logging)
+build tsan "${threaded_rooms[@]/%/_tests}"
+for room in "${threaded_rooms[@]}"; do run_tests "tsan-$room" --test-dir "build/tsan/tests/$room"; done
+
+echo "$passed passed, $failed failed"
+[[ $failed -eq 0 ]]

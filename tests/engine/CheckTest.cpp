@@ -1,0 +1,303 @@
+#include "engine/Check.h"
+
+#include <limits>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "containers/Mat.h"
+#include "containers/Rect.h"
+#include "engine/TestNodes.h"
+#include "engine/ValueTypes.h"
+#include "frame/Registration.h"
+
+namespace zun::engine::test {
+namespace {
+
+/// Has an option of each kind, and values whose type one of them settles.
+class CheckMake : public Node {
+    std::string type;
+    int count = 0;
+    float ratio = 0;
+    bool on = false;
+    Vec2i at{};
+    OptionNode anything;
+    OutputStream<Variant> value;
+    OutputStream<Box> box;
+
+public:
+    using Node::Node;
+    struct Table {
+        static constexpr NodeRow node{.type = "CheckMake", .sourcePath = "test", .summary = "m"};
+        static constexpr auto inputs = rows();
+        static constexpr auto outputs =
+            rows(output("value", "any", &CheckMake::value, ""), output("box", "zun::Rectf", &CheckMake::box, ""));
+        static constexpr auto options = rows(
+            requiredOption("type", "std::string", &CheckMake::type, ""),
+            option("count", "int", "1", &CheckMake::count, ""), option("ratio", "float", "0.0", &CheckMake::ratio, ""),
+            option("on", "bool", "false", &CheckMake::on, ""), option("anything", "any", "", &CheckMake::anything, ""),
+            requiredOption("at", "zun::Vec2i", &CheckMake::at, ""));
+    };
+    void process(Tick) override {}
+};
+
+template <class T>
+class CheckCut : public Node {
+    InputStream<Mat<T, 2>> image;
+    InputStream<Box> box;
+    InputStream<int> extra;
+    OutputStream<Mat<T, 2>> result;
+
+public:
+    using Node::Node;
+    static std::vector<NodeSpecification::Template> templates() {
+        return {{"typename", "T", {{"Vec3b", "zun::Vec3b"}, {"Vec3f", "zun::Vec3f"}}}};
+    }
+    struct Table {
+        static constexpr NodeRow node{.type = "CheckCut", .sourcePath = "test", .summary = "c"};
+        static constexpr auto inputs =
+            rows(input("image", "zun::Mat<T, 2>", &CheckCut::image, ""), input("box", "zun::Box", &CheckCut::box, ""),
+                 optionalInput("extra", "int", &CheckCut::extra, ""));
+        static constexpr auto outputs = rows(output("result", "zun::Mat<T, 2>", &CheckCut::result, ""));
+        static constexpr auto options = rows();
+    };
+    void process(Tick) override {}
+};
+
+class CheckForeign : public Node {
+public:
+    using Node::Node;
+    struct Table {
+        static constexpr NodeRow node{.type = "CheckForeign", .sourcePath = "test", .classCode = 2};
+        static constexpr auto inputs = rows();
+        static constexpr auto outputs = rows();
+        static constexpr auto options = rows();
+    };
+    void process(Tick) override {}
+};
+
+class Check : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        registerTestNodes();
+        static Registration<CheckMake, CheckForeign> const plain;
+        static Registration<CheckCut<Vec3b>, CheckCut<Vec3f>> const cuts({"CheckCut<Vec3b>", "CheckCut<Vec3f>"});
+    }
+
+    static std::string const maker; ///< a node that writes the streams picture and box
+
+    NodeFactsTable facts{{"CheckMake", {.changesInPlace = {}, .typeFromOption = {{"value", "type"}}}},
+                         {"CheckCut<Vec3b>", {.changesInPlace = {"image"}, .sizedLike = {{"result", "image"}}}}};
+
+    CheckReport checkText(std::string const &text) {
+        Findings findings;
+        Description const description = parseDescription("nodes:\n" + text, "f", {}, findings);
+        CheckReport report = engine::check(description, facts);
+        report.findings.insert(report.findings.begin(), findings.begin(), findings.end());
+        return report;
+    }
+
+    /// Expects these findings and no others, each given by place and severity and by a part of its message.
+    void expect(std::string const &text, std::vector<std::pair<std::string, std::string>> const &expected) {
+        SCOPED_TRACE(text);
+        Findings const findings = checkText(text).findings;
+        for (std::size_t i = 0; i < std::max(findings.size(), expected.size()); i++) {
+            std::string const found = i < findings.size() ? findings[i].text() : "nothing";
+            auto const [begin, part] = i < expected.size() ? expected[i] : std::pair<std::string, std::string>();
+            EXPECT_TRUE(i < expected.size() && found.starts_with("f:" + begin) && found.find(part) != std::string::npos)
+                << "found:    " << found << "\nexpected: " << begin << " ... " << part;
+        }
+    }
+};
+
+std::string const Check::maker =
+    "- {type: CheckMake, name: make, outputs: {value: picture, box: box}, options: {at: [1, 2], "
+    "type: \"zun::Mat<RGBPixel, 2>\"}}\n";
+std::string const cutter = "- {type: CheckCut<Vec3b>, name: cut, inputs: {image: picture, box: box}}\n";
+
+TEST_F(Check, passesASoundDescription) {
+    CheckReport const report = checkText(maker + "- type: CheckCut<Vec3b>\n"
+                                                 "  inputs: {image: picture, box: box}\n"
+                                                 "  outputs: {result: part}\n"
+                                                 "- {type: TestFrameSum, inputs: {in: part}, outputs: {out: sum}}\n"
+                                                 "- {type: TestSink, inputs: {in: sum}, options: {label: 0xFF}}\n");
+    EXPECT_TRUE(report.findings.empty()) << report.findings[0].text();
+}
+
+TEST_F(Check, reportsEightMistakesInOneGo) {
+    expect("- {type: TestSorce, outputs: {out: numbers}}\n" // unknown type
+           "- type: CheckMake\n"                            // required option missing
+           "  name: make\n"
+           "  outputs: {value: picture, bocks: box}\n"                                  // unknown port
+           "  options: {type: \"zun::Mat<zun::Vec3f, 2>\", raito: 0.5, on: \"true\"}\n" // unknown, wrong kind
+           "- type: CheckCut<Vec3b>\n"                                                  // required input missing
+           "  name: cut\n"
+           "  inputs: {image: picture}\n"                                                 // clash
+           "  outputs: {result: picture}\n"                                               // written twice
+           "- {type: TestSink, name: sink, inputs: {in: numbes}, options: {label: x}}\n", // not written
+           {{"2:10: error: ", "'TestSorce' (TestSorce) has an unknown type; did you mean 'TestSource'?"},
+            {"3:3: error: ", "node 'make' (CheckMake) needs option 'at', of type zun::Vec2i"},
+            {"5:29: error: ", "has no output 'bocks'; known are 'box', 'value'"},
+            {"5:29: warning: ", "but no node reads it"},
+            {"6:46: error: ", "has no option 'raito'; did you mean 'ratio'?"},
+            {"6:58: error: ", "not 'true' of type std::string; write it without quotes"},
+            {"7:3: error: ", "node 'cut' (CheckCut<Vec3b>) needs input 'box': connect it to a stream of type zun::Box"},
+            {"9:12: error: ", "takes zun::Mat<zun::Vec3b, 2> at input 'image', but stream 'picture' carries "
+                              "zun::Mat<zun::Vec3f, 2> from output 'value' of node 'make' (CheckMake) at f:5:13"},
+            {"10:13: error: ", "but output 'value' of node 'make' (CheckMake) writes it already, at f:5:13"},
+            {"11:41: error: ", "reads stream 'numbes' at input 'in', but no node writes it; did you mean 'numbers'?"}});
+}
+
+TEST_F(Check, acceptsWhatConvertsToAnOptionsTypeAndNothingElse) {
+    std::string const head = "- {type: CheckMake, name: make, outputs: {box: b}, options: {type: int, at: ";
+    std::string const tail = "}}\n- {type: CheckCut<Vec3b>, inputs: {image: b, box: b}}\n";
+    struct Case {
+        std::string options, problem;
+    };
+    for (Case const &c :
+         {Case{"[1, 2.0]", ""},
+          {"[true, 0x10], ratio: 3, on: 0.5, count: true, anything: [a]", ""},
+          {"[1, 2, 3]", "as option 'at', not '[1, 2, 3]' of type vector; write a list of two numbers"},
+          {"[1, '2']", "write a list of two numbers"},
+          {"3", "write a list of two numbers"},
+          {"[1, 2], ratio: half", "takes float as option 'ratio', not 'half'"},
+          {"[1, 2], count: '3'", "write it without quotes"},
+          {"[1, 2], on: maybe", "write true or false"},
+          {"[1, 2], count: [3]", "write a number such as 10"},
+          {"[1, 2], count: 1.5", "warning: node 'make' (CheckMake): option 'count' is an int, so '1.5'"},
+          {"[1, 2], count: 4294967301", "becomes 5"}}) {
+        SCOPED_TRACE(c.options);
+        bool found = c.problem.empty();
+        for (Finding const &finding : checkText(head + c.options + tail).findings) {
+            bool const aboutOptions = finding.message.find("option") != std::string::npos;
+            if (!aboutOptions) continue;
+            EXPECT_TRUE(!c.problem.empty() && finding.text().find(c.problem) != std::string::npos) << finding.text();
+            found = true;
+        }
+        EXPECT_TRUE(found);
+    }
+}
+
+TEST_F(Check, whatWasReportedBringsNothingFurther) {
+    // Misspelt keys and names count as what they mean; values that can't be read count as given.
+    expect(maker + "- {type: CheckCut<Vec3b>, name: cut, input: {image: picture, box: box}}\n",
+           {{"3:38: error: ", "did you mean 'inputs'?"}, {"3:3: warning: ", "none of its outputs"}});
+    expect(maker + "- {type: CheckCut<Vec3b>, name: cut, inputs: {imag: picture, box: box}}\n",
+           {{"3:47: error: ", "has no input 'imag'; did you mean 'image'?"}});
+    expect(maker + "- {type: CheckCut<Vec3b>, name: cut, inputs: {image: pictur, box: box}}\n",
+           {{"3:47: error: ", "did you mean 'picture'?"}});
+    expect("- {type: CheckMake, outputs: {box: b}, options: {type: int, at: }}\n"
+           "- {type: CheckCut<Vec3f>, inputs: {image: , box: b}}\n",
+           {{"2:61: error: ", "option 'at' has no value"}, {"3:36: error: ", "is empty"}});
+    expect(maker + cutter + "- {name: x, inputs: {a: box}}\n",
+           {{"4:3: error: ", "no 'type'"}, {"3:3: warning: ", "none of its outputs"}});
+}
+
+TEST_F(Check, findsWhatIsWrongWithNodes) {
+    expect("- {type: CheckCut, inputs: {a: b}}\n",
+           {{"2:10: error: ", "did you mean 'CheckCut<Vec3b>'?"}, {"2:29: error: ", "no node writes it"}});
+    expect("- {type: CheckForeign}\n", {{"2:10: error: ", "can't be built from a description: its class code is 2"}});
+    expect(maker + "- {type: CheckCut<Vec3b>, name: cut, inputs: {image: picture, box: \"-\", result: picture}}\n",
+           {{"2:59: warning: ", "no node reads it"},
+            {"3:47: warning: ", "others read stream 'picture', too"},
+            {"3:63: error: ", "needs input 'box', so it can't be left open"},
+            {"3:73: error: ", "has no input 'result': it is an output"}});
+    expect("- {type: TestSource, name: s, outputs: {out: a}, limits: {uot: 3}}\n"
+           "- {type: TestSink, inputs: {in: a}, options: {label: x}}\n",
+           {{"2:59: error: ", "has no output 'uot' to limit; did you mean 'out'?"}});
+}
+
+TEST_F(Check, takesTypesFromTheTypeStringAndFromOptions) {
+    auto const make = [](std::string const &type) {
+        return "- {type: CheckMake, outputs: {value: p, box: b}, options: {at: [1, 2], type: \"" + type + "\"}}\n";
+    };
+    std::string const cutFloat = "- {type: CheckCut<Vec3f>, inputs: {image: p, box: b}}\n";
+    expect(make("zun::Mat< zun::Vec<float,3>, 2 >") + cutFloat, {{"3:3: warning: ", "none of its outputs"}});
+    expect(make("any") + cutFloat, {{"3:3: warning: ", "none of its outputs"}});
+    expect(make("RGBPixel") + cutFloat, {{"2:72: error: ", "unknown type of values 'RGBPixel' in option 'type'"},
+                                         {"3:3: warning: ", "none of its outputs"}});
+    expect(make("zun::Mat<zun::Vec3, 2>") + cutFloat,
+           {{"2:72: error: ", "did you mean 'zun::Mat<zun::Vec3b, 2>'?"}, {"3:3: warning: ", "none of its outputs"}});
+    expect(make("float") + cutFloat, {{"3:36: error: ", "stream 'p' carries float from output 'value'"}});
+}
+
+TEST_F(Check, findsEachCycle) {
+    std::string const sink = "- {type: TestSink, inputs: {in: a}, options: {label: x}}\n";
+    expect("- {type: TestMix, name: m, inputs: {a: a}, outputs: {out: a}}\n" + sink,
+           {{"2:37: error: ", "cycle: node 'm' (TestMix) -> stream 'a' -> node 'm' (TestMix); no node"}});
+    expect("- {type: TestMix, name: x, inputs: {a: c, b: e}, outputs: {out: a}}\n"
+           "- {type: TestMix, name: y, inputs: {a: a}, outputs: {out: b, second: d}}\n"
+           "- {type: TestMix, name: z, inputs: {a: b}, outputs: {out: c}}\n"
+           "- {type: TestMix, name: w, inputs: {a: d}, outputs: {out: e}}\n",
+           {{"2:37: error: ", "node 'x' (TestMix) -> stream 'a' -> node 'y' (TestMix) -> stream 'b' -> node 'z' "
+                              "(TestMix) -> stream 'c' -> node 'x' (TestMix)"},
+            {"2:43: error: ", "-> stream 'd' -> node 'w' (TestMix) -> stream 'e' -> node 'x' (TestMix)"}});
+    // Two ways from one node to another are none, and a long line takes no stack.
+    std::string line = "- {type: TestSource, outputs: {out: s0}}\n";
+    for (int i = 0; i < 5000; i++)
+        line += "- {type: TestMix, inputs: {a: s" + std::to_string(i) + ", b: s" + std::to_string(i) +
+                "}, outputs: {out: s" + std::to_string(i + 1) + "}}\n";
+    expect(line, {{"5002:", "no node reads it"}});
+}
+
+TEST_F(Check, warnsOfWhatIsHardlyMeant) {
+    expect(maker + cutter + "- {type: TestFrameSum, inputs: {in: picture}, outputs: {out: unread}}\n",
+           {{"3:3: warning: ", "'cut' (CheckCut<Vec3b>) works for nothing: none of its outputs is connected"},
+            {"3:47: warning: ", "changes the frames that it reads at input 'image', and others read stream 'picture'"},
+            {"4:57: warning: ", "writes stream 'unread' from output 'out', but no node reads it"}});
+    int const smallest = std::numeric_limits<int>::min();
+    expect("- {type: TestSource, name: s, outputs: {out: a}, limits: {out: " + std::to_string(smallest) +
+               "}}\n"
+               "- {type: TestSink, inputs: {in: a}, options: {label: x}}\n",
+           {{"2:59: warning: ", "can never run: the limit -2147483648 of output 'out'"}});
+}
+
+TEST_F(Check, statesWhatStreamsHoldAndAsksSoundNodesForTheirForecast) {
+    facts["CheckMake"].forecast = [](NodeConfig const &config) -> Forecast {
+        if (config.getParsedOptions().contains("count")) return {{}, {"count is bad"}};
+        return {{{"value", 600}}, {}};
+    };
+    std::string const rest = "- {type: CheckCut<Vec3b>, inputs: {image: picture, box: box}, outputs: {result: part}, "
+                             "limits: {result: -7}}\n"
+                             "- {type: TestFrameSum, inputs: {in: part}, outputs: {out: sum}, limits: {out: 0}}\n"
+                             "- {type: TestSink, inputs: {in: sum}, options: {label: x}}\n";
+    CheckReport const report = checkText(maker + rest);
+    auto const twoForEachThread = static_cast<std::int64_t>(2 * std::thread::hardware_concurrency());
+    ASSERT_EQ(report.streams.size(), 4u);
+    std::map<std::string, std::pair<std::int64_t, std::uint64_t>> held;
+    for (StreamEstimate const &s : report.streams) held[s.stream] = {s.values, s.bytesPerValue.value_or(0)};
+    EXPECT_EQ(held["picture"], (std::pair(twoForEachThread, std::uint64_t(600))));
+    EXPECT_EQ(held["box"], (std::pair(twoForEachThread, std::uint64_t(16))));
+    EXPECT_EQ(held["part"], (std::pair(std::int64_t(7), std::uint64_t(600))));
+    EXPECT_EQ(held["sum"], (std::pair(std::int64_t(0), std::uint64_t(4))));
+    EXPECT_EQ(report.knownBytes, static_cast<std::uint64_t>(twoForEachThread) * 616 + 7 * 600);
+
+    std::string failing = maker;
+    failing.replace(failing.find("at:"), 0, "count: 3, ");
+    expect(failing + rest, {{"2:10: error: ", "node 'make' (CheckMake) would fail: count is bad"}});
+    failing.replace(failing.find("at: [1, 2], "), 12, "");
+    expect(failing + rest, {{"2:3: error: ", "needs option 'at'"}}); // the forecast is not asked
+}
+
+TEST(NearestName, isWhatAHumanWouldHaveMeant) {
+    std::vector<std::string> const types{"DrawPoints",    "CropAny", "Crop<Vec3b>", "Crop<Vec3f>",
+                                         "NegativeImage", "in",      "out",         "colour"};
+    for (auto const &[wrong, meant] : {std::pair("Crop", "Crop<Vec3b>"),
+                                       {"crop<vec3f>", "Crop<Vec3f>"},
+                                       {"DrawPoint", "DrawPoints"},
+                                       {"NegatveImgae", "NegativeImage"},
+                                       {"negativeimage", "NegativeImage"},
+                                       {"color", "colour"},
+                                       {"uot", "out"},
+                                       {"Neg", "NegativeImage"},
+                                       {"xy", "nothing"},
+                                       {"", "nothing"},
+                                       {"WarpAffine", "nothing"},
+                                       {"radius", "nothing"}})
+        EXPECT_EQ(nearestName(wrong, types).value_or("nothing"), meant) << wrong;
+    EXPECT_EQ(nearestName(std::string(100000, 'x'), types), std::nullopt);
+    EXPECT_EQ(nearestName("x", {}), std::nullopt);
+}
+
+} // namespace
+} // namespace zun::engine::test

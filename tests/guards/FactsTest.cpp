@@ -1,0 +1,30 @@
+#include <gtest/gtest.h>
+
+#include "guards/Guards.h"
+#include "support/OneNode.h"
+
+namespace zun {
+namespace {
+
+TEST(Facts, SpeakOfRegisteredTypesAndTheirPorts) {
+    test::loadLibrary(ZUN_IMGPROC);
+    for (auto const &[type, facts] : guards::facts()) {
+        SCOPED_TRACE(type);
+        NodeRegistry::Entry const *const entry = NodeRegistry::find(type);
+        ASSERT_NE(entry, nullptr);
+        for (std::string const &port : facts.changesInPlace) EXPECT_TRUE(entry->specification.inputs.contains(port));
+        for (auto const &[output, input] : facts.sizedLike) {
+            EXPECT_TRUE(entry->specification.outputs.contains(output)) << output;
+            EXPECT_TRUE(entry->specification.inputs.contains(input)) << input;
+        }
+        NodeConfig const config = test::connected(type);
+        if (facts.guard) {
+            EXPECT_FALSE(facts.guard(engine::GuardView(config, 0, {}))) << "nothing to judge";
+        }
+    }
+    EXPECT_EQ(guards::facts().at("NegativeImage").sizedLike.at("output"), "input");
+    EXPECT_EQ(guards::facts().at("DrawPoints").sizedLike.at("output"), "image");
+}
+
+} // namespace
+} // namespace zun

@@ -1,0 +1,145 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <set>
+
+#include "containers/Exception.h"
+#include "engine/ValueTypes.h"
+#include "media/Codec.h"
+
+namespace zun::media {
+namespace {
+
+std::string recoded(std::string const &json, std::string const &type) {
+    return encodeValue(*decodeValue(parseJson(json), type));
+}
+
+TEST(Records, OfEveryTypeComeBackAsTheyWere) {
+    struct Case {
+        char const *type, *json;
+    };
+    Case const cases[] = {
+        {"int", "-2147483648"},
+        {"float", "0.5"},
+        {"bool", "true"},
+        {"std::string", R"("a \"b\"\n\\ ü 漢")"},
+        {"std::string", R"("")"},
+        {"zun::Vec2i", "[3,-4]"},
+        {"zun::Box", "[1.5,-2.25,100.0,0.0]"},
+        {"zun::Mat<unsigned char, 2>", "[[0,255],[1,2],[3,4]]"},
+        {"zun::Mat<unsigned char, 2>", "[]"},
+        {"zun::Mat<unsigned char, 2>", "[[],[]]"},
+        {"zun::Mat<float, 2>", R"([[1.0,0.1,-0.0],["NaN","Infinity","-Infinity"]])"},
+        {"zun::Mat<RGBPixel, 2>", "[[[1,2,3],[4,5,6]]]"},
+        {"zun::Mat<zun::Vec4b, 2>", "[[[1,2,3,4]]]"},
+        {"zun::Mat<zun::Vec3f, 2>", "[[[1.0,2.0,3.0]]]"},
+        {"zun::Mat<zun::Vec<int, 4>, 1>", "[[0,1,2,3],[-4,5,6,7]]"},
+        {"zun::Mat<zun::Vec<int, 4>, 1>", "[]"},
+        {"zun::List<int>", "[1,2,3]"},
+        {"zun::List<int>", "[]"},
+        {"zun::List<std::string>", R"(["one","two"])"},
+        {"zun::List<zun::Vec2f>", "[[1.0,2.0],[3.5,4.25]]"},
+        {"zun::List<zun::Rectf>", "[[1.0,2.0,3.0,4.0]]"},
+        {"zun::List<zun::Mask>", "[[[1,2,3,2],[[0,1,0],[1,0,1]]],[[5,5,0,0],[]]]"},
+        {"zun::List<zun::Mat<unsigned char, 2>>", "[[[1]],[[2,3]]]"},
+        {"zun::List<zun::Mat<zun::Vec3b, 2>>", "[[[[1,2,3]]]]"},
+        {"zun::List<zun::List<zun::Vec<int, 2>>>", "[[[1,2],[3,4]],[]]"},
+    };
+    std::set<std::string> covered;
+    for (Case const &c : cases) {
+        EXPECT_EQ(recoded(c.json, c.type), c.json) << c.type;
+        covered.insert(engine::canonicalType(c.type));
+    }
+    for (engine::ValueType const &type : engine::valueTypes())
+        EXPECT_TRUE(covered.contains(type.expression)) << type.expression << " has no case";
+}
+
+TEST(Records, KeepEveryBitOfAFloat) {
+    using Limits = std::numeric_limits<float>;
+    std::vector<float> values{0.1f, -0.0f, 16777217.0f, Limits::max(), Limits::min(), Limits::denorm_min(), 1e-40f};
+    std::mt19937 random(3);
+    for (int i = 0; i < 20000; i++) {
+        auto const bits = static_cast<std::uint32_t>(random());
+        float value = 0;
+        std::memcpy(&value, &bits, sizeof value);
+        if (std::isfinite(value)) values.push_back(value);
+    }
+    for (float value : values) {
+        std::string const json = encodeValue(VariantType<float>(value));
+        auto const back = decodeValue(parseJson(json), "float");
+        float const read = dynamic_cast<VariantType<float> &>(*back).value;
+        ASSERT_EQ(std::memcmp(&read, &value, sizeof value), 0) << json;
+        ASSERT_LE(json.size(), 16u) << "not the shortest";
+    }
+}
+
+TEST(Records, ThatDontFitTellWhereAndWhy) {
+    struct Case {
+        char const *type, *json, *message;
+    };
+    Case const cases[] = {
+        {"zun::List<zun::Vec2f>", R"([[1,2],[3,"abc"]])", R"([1][1]: expected a number, found "abc")"},
+        {"zun::List<zun::Vec2f>", "[[1,2],[3]]", "[1]: expected a list of 2 numbers, found a list of 1"},
+        {"int", "1.5", "expected a whole number from -2147483648 to 2147483647, found 1.5"},
+        {"int", "2147483648", "expected a whole number from -2147483648 to 2147483647, found 2147483648"},
+        {"zun::Mat<unsigned char, 2>", "[[1,2],[3]]", "[1]: expected a list of 2 elements, as in the first row"},
+        {"zun::Mat<unsigned char, 2>", "[[256]]", "[0][0]: expected a whole number from 0 to 255, found 256"},
+        {"zun::Mat<unsigned char, 2>", "[[1],2]", "[1]: expected a list of 1 elements"},
+        {"zun::List<zun::Mask>", "[[[0,0,2,1],[[1]]]]", "[0][1]: expected 1 rows of 2 elements"},
+        {"zun::Box", "[1,2,3]", "expected a list of 4 numbers: x, y, width, height, found a list of 3"},
+        {"bool", "1", "expected true or false, found 1"},
+        {"std::string", "[1]", "expected a text, found a list of 1"},
+        {"zun::Vec2i", "\"x\"", "expected a list of 2 numbers"},
+        {"float", "null", "null is no value"},
+        {"float", "{\"a\":1}", "no objects"},
+        {"float", "", "no JSON"},
+        {"float", "1 2", "no JSON"},
+        {"float", "[1", "no JSON"},
+        {"float", "[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]", "nested deeper"},
+        {"zun::Lost<int>", "1", "is no type of values"},
+    };
+    for (Case const &c : cases) {
+        std::string message;
+        try {
+            recoded(c.json, c.type);
+        } catch (Exception const &error) {
+            message = error.what();
+        }
+        EXPECT_NE(message.find(c.message), std::string::npos) << c.json << ": " << message;
+    }
+}
+
+TEST(Records, RefuseATextThatIsNoUtf8) { EXPECT_THROW(encodeValue(VariantType<std::string>("\xff\xfe")), Exception); }
+
+TEST(Records, OfAnyTextGiveAValueOrAnError) {
+    std::string const seeds[] = {"[[1,2],[3,4.5e1]]", R"(["a\u00fc",true,null])", "[[[0,0,1,1],[[1]]]]", "-1e999",
+                                 "{}"};
+    std::string const alphabet = "[]{},:\"\\0123456789.eE+-tfnu \x80\xff";
+    std::mt19937 random(11);
+    int values = 0, errors = 0;
+    for (int round = 0; round < 20000; round++) {
+        std::string text = seeds[random() % std::size(seeds)];
+        for (unsigned edits = random() % 4; edits > 0; edits--) {
+            std::size_t const at = random() % (text.size() + 1);
+            if (random() % 3 == 0 && at < text.size())
+                text.erase(at, 1 + random() % 3);
+            else
+                text.insert(at, 1, alphabet[random() % alphabet.size()]);
+        }
+        auto const &types = engine::valueTypes();
+        try {
+            encodeValue(*decodeValue(parseJson(text), types[random() % types.size()].expression));
+            values++;
+        } catch (Exception const &) {
+            errors++;
+        }
+    }
+    EXPECT_GT(values, 100);
+    EXPECT_GT(errors, 1000);
+}
+
+} // namespace
+} // namespace zun::media
