@@ -47,7 +47,7 @@ bool converts(OptionNode const &value, std::string const &canonical) {
 
 std::string conversionHint(OptionNode const &value, std::string const &canonical) {
     if (value.type == Type::STRING && converts(resolvePlain(value.text).value, canonical))
-        return "; write it without quotes";
+        return "; write it without quotes (a ${name} for it needs a line of its own, outside of { })";
     if (canonical == "bool") return "; write true or false";
     if (canonical == "int") return "; write a number such as 10";
     if (canonical == "float") return "; write a number such as 0.5";

@@ -53,15 +53,14 @@ void Graph::addChange(OptionChange const &change) {
 }
 
 GraphStream const *Graph::findStream(std::string const &name) const {
-    auto const found =
-        std::find_if(streams.begin(), streams.end(), [&](GraphStream const &stream) { return stream.name == name; });
-    return found == streams.end() ? nullptr : &*found;
+    auto const found = streamIndex.find(name);
+    return found == streamIndex.end() ? nullptr : &streams[found->second];
 }
 
-std::size_t Graph::streamNamed(std::string const &name) {
-    for (std::size_t i = 0; i < streams.size(); i++)
-        if (streams[i].name == name) return i;
-    throw Exception("no node writes the stream '" + name + "'");
+std::size_t Graph::streamNamed(std::string const &name) const {
+    auto const found = streamIndex.find(name);
+    if (found == streamIndex.end()) throw Exception("no node writes the stream '" + name + "'");
+    return found->second;
 }
 
 void Graph::build(NodeDescription const &description, NodeFactsTable const &facts, PipelineState &state) {
@@ -97,6 +96,8 @@ void Graph::build(NodeDescription const &description, NodeFactsTable const &fact
         auto const limit = std::find_if(limits.begin(), limits.end(),
                                         [&](OutputLimit const &l) { return l.stream == binding.stream; });
         if (limit == limits.end()) throw Exception("node " + entry.label + " has no output '" + binding.port + "'");
+        if (!streamIndex.emplace(binding.stream, streams.size()).second)
+            throw Exception("two nodes write the stream '" + binding.stream + "'");
         GraphStream &stream = streams.emplace_back();
         stream.name = binding.stream;
         stream.producer = entry.index;

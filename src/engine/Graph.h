@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,9 +90,11 @@ public:
 private:
     void build(NodeDescription const &description, NodeFactsTable const &facts, PipelineState &state);
     void connect(GraphNode &node, NodeDescription const &description);
-    std::size_t streamNamed(std::string const &name);
+    std::size_t streamNamed(std::string const &name) const;
     void sortNodes();
     void rankNodes();
+
+    std::map<std::string, std::size_t> streamIndex;
 };
 
 } // namespace zun::engine

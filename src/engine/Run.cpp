@@ -7,21 +7,14 @@
 #include <utility>
 #include <vector>
 
-#include <unistd.h>
-
 #include "containers/Exception.h"
 #include "engine/Executors.h"
 #include "engine/Graph.h"
 #include "engine/Task.h"
+#include "vexa_core/Memory.h"
 
 namespace zun::engine {
 namespace {
-
-std::uint64_t quarterOfMemory() {
-    long const pages = ::sysconf(_SC_PHYS_PAGES), pageSize = ::sysconf(_SC_PAGESIZE);
-    if (pages <= 0 || pageSize <= 0) return std::uint64_t(1) << 30;
-    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize) / 4;
-}
 
 /// Calls initialize() on each node, and flush() on all that were initialised, whatever happens.
 class NodeLifetimes {

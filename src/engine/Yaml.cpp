@@ -147,7 +147,7 @@ std::string hintFor(std::string const &problem) {
     if (problem == "illegal map value") return "; put a text with ': ' in it in quotes, and indent entries alike";
     if (problem == "illegal block entry") return "; write the stream name - in quotes: \"-\"";
     if (problem == "end of map flow not found" || problem == "end of sequence flow not found")
-        return "; close it, and put a ${name} within { } or [ ] in quotes";
+        return "; close it, and put a ${name} within { } or [ ] in quotes, or, for a number, on a line of its own";
     if (problem == "illegal tab when looking for indentation") return "; indent with blanks";
     if (problem == "unknown token") return "; put a value that begins with such a character in quotes";
     return "";
