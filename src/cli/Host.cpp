@@ -54,7 +54,10 @@ CheckedDescription readAndCheck(DescriptionArguments const &arguments) {
         return std::tuple(finding.place.line == 0, finding.place.line, finding.place.column);
     };
     std::stable_sort(all.begin(), all.end(), [&](auto const &a, auto const &b) { return position(a) < position(b); });
-    for (engine::Finding const &finding : all) Terminal::standardError().write(finding.text());
+    constexpr std::size_t mostShown = 200;
+    for (std::size_t i = 0; i < std::min(all.size(), mostShown); i++) Terminal::standardError().write(all[i].text());
+    if (all.size() > mostShown)
+        Terminal::standardError().write("... and " + std::to_string(all.size() - mostShown) + " more");
     return checked;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -32,6 +33,7 @@ struct RunArguments {
     DescriptionArguments description;
     engine::RunOptions options;
     std::string frames, executor = "threads";
+    std::vector<std::string> changes;
     bool progress = false, stats = false, verbose = false;
 };
 
@@ -53,6 +55,23 @@ std::string readFrames(std::string const &text, engine::RunOptions &options) {
     if (*firstTick >= *endTick) return "'" + text + "' holds no tick: the first must be below the end";
     options.first = *firstTick;
     options.end = *endTick;
+    return "";
+}
+
+/// Reads "tick:node.option=value"; the last dot before the sign ends the node's name. Returns what is wrong, or
+/// nothing.
+std::string readChange(std::string const &text, std::vector<engine::OptionChange> &changes) {
+    std::size_t const colon = text.find(':'), equals = text.find('='), dot = text.rfind('.', equals);
+    bool const parts = colon != std::string::npos && equals != std::string::npos && dot != std::string::npos &&
+                       colon + 1 < dot && dot + 1 < equals;
+    std::optional<Tick> const tick = parts ? parseTick(std::string_view(text).substr(0, colon)) : std::nullopt;
+    if (!tick) return "'" + text + "' is not of the form tick:node.option=value";
+    try {
+        changes.push_back({*tick, text.substr(colon + 1, dot - colon - 1), text.substr(dot + 1, equals - dot - 1),
+                           engine::parseValue(text.substr(equals + 1))});
+    } catch (std::exception const &error) {
+        return error.what();
+    }
     return "";
 }
 
@@ -109,6 +128,12 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
     command.add_option("--frames", arguments.frames, "Run the ticks from A to before B; either may be left out")
         ->type_name("A:B")
         ->check(CLI::Validator([&options](std::string &text) { return readFrames(text, options); }, ""));
+    command
+        .add_option("--change", arguments.changes,
+                    "Give an option of a node a new value from a tick on, as in 100:mark.colour=0x00FF00")
+        ->type_name("TICK:NODE.OPTION=VALUE")
+        ->allow_extra_args(false)
+        ->check(CLI::Validator([&options](std::string &text) { return readChange(text, options.changes); }, ""));
     command.add_option("--threads", options.threads, "Threads that run nodes (default: one for each core)")
         ->type_name("N")
         ->check(CLI::Range(1u, mostThreads).description(""));

@@ -107,6 +107,29 @@ TEST(Run, VariablesAndSettingsReplaceWhatTheDescriptionSays) {
     EXPECT_FALSE(folder.holds("out.jsonl"));
 }
 
+TEST(Run, ChangesAnOptionFromATickOn) {
+    Folder const folder;
+    folder.write("dot.yaml", "nodes:\n"
+                             "- {type: ReadFrames, outputs: {rgb: picture}, options: {path: \"${photo}\", repeat: 4}}\n"
+                             "- {type: Constant, outputs: {value: points},"
+                             " options: {type: \"zun::List<zun::Vec2f>\", value: [[1, 2]]}}\n"
+                             "- {type: DrawPoints, name: dot, inputs: {image: picture, points: points},"
+                             " outputs: {output: dotted}}\n"
+                             "- {type: WriteFrames, inputs: {frames: dotted}, options: {path: \"%d.png\"}}\n");
+    std::string const definition = "photo=" + photo.string();
+    Ended const ended = zun(
+        {"run", "dot.yaml", "-D", definition, "--change", "2:dot.colour=0x0000FF", "--change", "3:dot.colour=0xFF00FF"},
+        folder);
+    EXPECT_EQ(ended.status, 0) << ended.err;
+    EXPECT_EQ(folder.read("0.png"), folder.read("1.png"));
+    EXPECT_NE(folder.read("1.png"), folder.read("2.png"));
+    EXPECT_EQ(folder.read("3.png"), folder.read("0.png"));
+    EXPECT_EQ(zun({"run", "dot.yaml", "-D", definition, "--change", "dot.colour=0x0000FF"}, folder).status, 2);
+    Ended const unknown = zun({"run", "dot.yaml", "-D", definition, "--change", "1:dott.colour=0x0000FF"}, folder);
+    EXPECT_EQ(unknown.status, 1);
+    EXPECT_NE(unknown.err.find("'dott'"), std::string::npos) << unknown.err;
+}
+
 TEST(Run, ProgressAndStatisticsAreMessages) {
     Folder const folder;
     folder.write("in.jsonl", numbers(0, 20));
