@@ -210,22 +210,32 @@ struct VideoWriter::Implementation {
         check(file, format->pb->error);
     }
 
+    /// What can't be completed, on a full disk, is left under its temporary name: most players show it.
     void finish() {
-        encode(nullptr);
-        check(file, av_write_trailer(format));
-        checkDisk();
-        check(file, avio_closep(&format->pb));
-        avformat_free_context(std::exchange(format, nullptr));
+        try {
+            encode(nullptr);
+            check(file, av_write_trailer(format));
+            checkDisk();
+            check(file, avio_closep(&format->pb));
+        } catch (Exception const &error) {
+            close();
+            throw Exception(std::string(error.what()) + "; what was encoded stands in '" + temporary + "'");
+        }
+        close();
         moveIntoPlace(temporary, file);
     }
 
     /// Leaves nothing behind.
     void abandon() {
         if (format == nullptr) return;
-        avio_closep(&format->pb);
-        avformat_free_context(std::exchange(format, nullptr));
+        close();
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
+    }
+
+    void close() {
+        avio_closep(&format->pb);
+        avformat_free_context(std::exchange(format, nullptr));
     }
 };
 

@@ -252,6 +252,15 @@ TEST_F(FrameFiles, OnAFullDiskGiveTheReasonAndKeepWhatIsComplete) {
     std::filesystem::remove(small / "0.png");
     expectError([&] { write(std::vector(20, frame), {{"path", text(small / "v.mkv")}}); }, {"No space left on device"});
     EXPECT_EQ(small.files().size(), complete - 1);
+
+    OneNode video("WriteFrames", {{"path", text(small / "v.mkv")}});
+    expectError(
+        [&] {
+            for (Tick tick = 0; tick < 20; tick++) video.run({{"frames", frame}}, tick);
+        },
+        {"No space left"});
+    expectError([&] { video.node->flush(1); }, {"No space left", ".v.mkv.part"});
+    EXPECT_TRUE(std::filesystem::exists(small / ".v.mkv.part"));
     ::umount(small.path.c_str());
 }
 
