@@ -38,7 +38,7 @@ std::string label(std::string const &first, std::string const &second) {
     return "\"" + escaped(first) + "\\n" + escaped(second) + "\"";
 }
 
-/// The type of an output: what the specification says, or the option that holds it.
+/// The type of an output: as the type declares it, or as the option that holds it says.
 std::string outputType(NodeDescription const &node, std::string const &port, NodeFactsTable const &facts) {
     auto const known = facts.find(node.type);
     if (known != facts.end()) {

@@ -35,8 +35,8 @@ public:
 
     void write(Pixels const &pixels);
 
-    /// Completes the file and puts it in its place. Where that fails, on a full disk, what was encoded is left under the
-    /// temporary name, which the error tells.
+    /// Completes the file and puts it in its place. Where that fails, on a full disk, what was encoded is left under
+    /// the temporary name, which the error tells.
     void finish();
 
 private:

@@ -30,7 +30,7 @@ TEST(CropGuard, RefusesBoxesThatTheNodeWouldFollowOutOfMemory) {
         {{5, 3, 9, 9}, "", ""},
         {{-100, 4, 9, 9}, "", ""}, // wholly below: zeros, wherever its columns are
         {{100, -9, 9, 9}, "", ""}, // wholly above
-        {{-5, 0, 5, 4}, "", ""}, // touching the frame from outside repeats its edge
+        {{-5, 0, 5, 4}, "", ""},   // touching the frame from outside repeats its edge
         {{5.5f, 3, 1, 1}, "", ""},
         {{-6, 0, 5, 4}, "wholly left", ""},
         {{-6.4f, 0, 5.4f, 4}, "wholly left", ""},
@@ -105,7 +105,7 @@ bool mayBeRefused(Mat<T, 2> const &frame, Rect<int> const &box) {
     bool const sharesRows = bottom > 0 && box.y < std::int64_t(frame.shape[0]);
     bool const meetsColumns = right >= 0 && box.x <= std::int64_t(frame.shape[1]);
     return (sharesRows && !meetsColumns) || !test::literalCrop(test::elements(frame), frame.shape[0], frame.shape[1],
-                                                                box.x, box.y, box.width, box.height);
+                                                               box.x, box.y, box.width, box.height);
 }
 
 /// What passes is run, where a sanitizer sees it leave its memory, and has to come out as defined; what is refused has
