@@ -29,23 +29,6 @@ Mat<int, 2> counted(std::uint32_t rows, std::uint32_t columns) {
     return mat;
 }
 
-TEST(Mat, HasItsFieldsInTheStatedOrder) {
-    Mat<Vec3b, 2> const mat;
-    EXPECT_LT(static_cast<void const *>(&mat.count), &mat.shape);
-    EXPECT_LT(static_cast<void const *>(&mat.shape), &mat.data);
-    EXPECT_LT(static_cast<void const *>(&mat.data), &mat.owner);
-    EXPECT_LT(static_cast<void const *>(&mat.owner), &mat.strides);
-}
-
-TEST(Mat, IsAllZeroByDefault) {
-    Mat<Vec3b, 2> const mat;
-    EXPECT_EQ(mat.count, 0u);
-    EXPECT_EQ(mat.shape, (Shape<2>{0, 0}));
-    EXPECT_EQ(mat.strides, (Shape<2>{0, 0}));
-    EXPECT_EQ(mat.data, nullptr);
-    EXPECT_EQ(mat.owner, nullptr);
-}
-
 TEST(Mat, IsDenseWithTheStridesOfItsShape) {
     Mat<float, 2> const mat({3, 7});
     EXPECT_EQ(mat.count, 21u);
@@ -194,13 +177,6 @@ TEST(MatView, EqualityLooksAtShapeAndElementsUpToTheFirstDifference) {
     b.first()[4].value = 2;
     EXPECT_FALSE(a.region(0, 0, 3, 3) == b.region(0, 0, 3, 3));
     EXPECT_EQ(Compared::comparisons, 5);
-}
-
-TEST(Mask, CopiedByValueSharesItsArray) {
-    Mask const mask{{1, 2, 3, 4}, Mat<unsigned char, 2>({4, 3}, 0)};
-    Mask const copy = mask;
-    copy.mask.first()[0] = 1;
-    EXPECT_EQ(mask.mask.first()[0], 1);
 }
 
 } // namespace

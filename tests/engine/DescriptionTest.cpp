@@ -26,7 +26,7 @@ void expectFindings(Findings const &findings, std::vector<std::pair<std::string,
     }
 }
 
-TEST(Description, isReadWithPlacesAndRawText) {
+TEST(Description, IsReadWithPlacesAndRawText) {
     Findings findings;
     Description const read = parseDescription("variables: {photo: coffee.png, n: 3}\n"
                                               "nodes:\n"
@@ -58,7 +58,7 @@ TEST(Description, isReadWithPlacesAndRawText) {
     EXPECT_EQ(crop.config().getLimits(), (std::map<std::string, int>{{"output", -1}}));
 }
 
-TEST(Description, namesNodesByTheirTypeAndANumberWhereNeeded) {
+TEST(Description, NamesNodesByTheirTypeAndANumberWhereNeeded) {
     Findings findings;
     Description const read =
         parseDescription("nodes: [{type: A}, {type: B, name: A2}, {type: A}, {type: A}, {type: B}]", "f", {}, findings);
@@ -68,7 +68,7 @@ TEST(Description, namesNodesByTheirTypeAndANumberWhereNeeded) {
     EXPECT_EQ(names, (std::vector<std::string>{"A", "A2", "A3", "A4", "B"}));
 }
 
-TEST(Description, settingsReplaceOrAddOptions) {
+TEST(Description, SettingsReplaceOrAddOptions) {
     Findings findings;
     Description const read = parseDescription("nodes: [{type: A, name: a.b, options: {x: 1, y: 2}}]", "f",
                                               {{{"v", "7"}}, {"a.b.x=\"5\"", "a.b.z=[1, ${v}]", "path=x"}}, findings);
@@ -85,7 +85,7 @@ TEST(Description, settingsReplaceOrAddOptions) {
     EXPECT_EQ(options.at("u").stringValue, "k=1");
 }
 
-TEST(Description, reportsAllThatIsWrongAtOnce) {
+TEST(Description, ReportsAllThatIsWrongAtOnce) {
     Overrides const overrides{{{"sze", "3"}}, {"reade.path=x", "reader.path="}};
     Findings findings;
     parseDescription("variables:\n"
@@ -134,7 +134,7 @@ TEST(Description, reportsAllThatIsWrongAtOnce) {
                               {"setting 'reader.path=': error: ", "has no value"}});
 }
 
-TEST(Description, refusesWhatYamlHasAndDescriptionsDoNot) {
+TEST(Description, RefusesWhatYamlHasAndDescriptionsDoNot) {
     std::string const huge(largestDescription + 1, ' '), deep = std::string(40, '[') + std::string(40, ']');
     struct Case {
         std::string text;
@@ -171,7 +171,7 @@ TEST(Description, refusesWhatYamlHasAndDescriptionsDoNot) {
     }
 }
 
-TEST(Description, variablesCanNotMakeItHuge) {
+TEST(Description, VariablesCanNotMakeItHuge) {
     std::string text = "nodes:\n";
     for (int i = 0; i < 100; i++) text += "  - {type: A, options: {x: \"${long}\"}}\n";
     Findings findings;
@@ -181,7 +181,7 @@ TEST(Description, variablesCanNotMakeItHuge) {
     EXPECT_NE(findings[0].text().find("larger than is read"), std::string::npos);
 }
 
-TEST(Description, aFileThatCanNotBeReadIsAFinding) {
+TEST(Description, AFileThatCanNotBeReadIsAFinding) {
     for (auto const &[file, reason] :
          {std::pair("/nowhere/f.yaml", "No such file"), std::pair("/", "Is a directory")}) {
         Findings findings;
@@ -195,7 +195,7 @@ TEST(Description, aFileThatCanNotBeReadIsAFinding) {
     expectFindings(findings, {});
 }
 
-TEST(ParseValue, resolvesPlainScalarsByTheCoreSchema) {
+TEST(ParseValue, ResolvesPlainScalarsByTheCoreSchema) {
     using Type = OptionNode::Type;
     struct Case {
         char const *text;
@@ -254,7 +254,7 @@ TEST(ParseValue, resolvesPlainScalarsByTheCoreSchema) {
     for (char const *text : {"\"12\"", "'12'"}) EXPECT_EQ(parseValue(text).stringValue, "12") << text;
 }
 
-TEST(ParseValue, readsLists) {
+TEST(ParseValue, ReadsLists) {
     OptionNode const list = parseValue("[1, [0.50, 'a b'], 0x1F]");
     EXPECT_EQ(list.type, OptionNode::Type::VECTOR);
     EXPECT_EQ(list.text, "[1, [0.50, a b], 0x1F]");
@@ -262,7 +262,7 @@ TEST(ParseValue, readsLists) {
     EXPECT_EQ(convertOption<Vec2i>(parseValue("[3, 0x10]")), (Vec2i{3, 16}));
 }
 
-TEST(ParseValue, refusesWhatIsNoValue) {
+TEST(ParseValue, RefusesWhatIsNoValue) {
     for (auto const &[text, reason] :
          {std::pair("", "has no value"), std::pair("~", "has no value"), std::pair("#FF00FF", "in quotes"),
           std::pair("{a: b}", "is a map"), std::pair("a: b", "is a map"), std::pair("[1", "not valid YAML"),
@@ -273,7 +273,7 @@ TEST(ParseValue, refusesWhatIsNoValue) {
 }
 
 /// Texts near to a description: pieces removed, repeated, swapped for YAML's own signs, bytes changed.
-TEST(Description, noTextBringsItDown) {
+TEST(Description, NoTextBringsItDown) {
     registerTestNodes();
     std::string const sound = "variables: {n: 3, name: \"it\"}\n"
                               "nodes:\n"

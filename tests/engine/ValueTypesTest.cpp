@@ -14,7 +14,7 @@ using zun::test::valueOf;
 using Grey = Mat<unsigned char, 2>;
 using Colour = Mat<Vec3b, 2>;
 
-TEST(TypeExpression, spellingsOfOneTypeAgree) {
+TEST(TypeExpression, SpellingsOfOneTypeAgree) {
     for (auto const &[a, b] : {std::pair("zun::Mat<RGBPixel, 2>", "zun::Mat<zun::Vec3b,2>"),
 
                                {"zun::List<zun::Box>", "zun::List< zun::Rectf >"},
@@ -31,7 +31,7 @@ TEST(TypeExpression, spellingsOfOneTypeAgree) {
         EXPECT_FALSE(typesAgree(a, b)) << a << " and " << b;
 }
 
-TEST(TypeExpression, textThatIsNoneComesBackAsItIs) {
+TEST(TypeExpression, TextThatIsNoneComesBackAsItIs) {
     std::string const deep(100000, '<');
     for (std::string const &text : {std::string(""), std::string("zun::Mat<"), std::string("a<b>c"), std::string("a<>"),
                                     std::string("a,  b"), std::string("zun::Vec3b>"), "a" + deep})
@@ -41,7 +41,7 @@ TEST(TypeExpression, textThatIsNoneComesBackAsItIs) {
     EXPECT_EQ(canonicalType(nested), nested);
 }
 
-TEST(ValueTypes, areFoundByValueAndByName) {
+TEST(ValueTypes, AreFoundByValueAndByName) {
     std::set<std::string> expressions;
     for (ValueType const &type : valueTypes()) {
         expressions.insert(type.expression);
@@ -59,7 +59,7 @@ TEST(ValueTypes, areFoundByValueAndByName) {
 
 std::uint64_t bytesOf(std::shared_ptr<Variant> const &value) { return valueTypeOf(*value)->bytes(*value); }
 
-TEST(ValueTypes, countWhatValuesHold) {
+TEST(ValueTypes, CountWhatValuesHold) {
     EXPECT_EQ(bytesOf(valueOf(7)), 4u);
     EXPECT_EQ(bytesOf(valueOf(true)), 1u);
     EXPECT_EQ(bytesOf(valueOf(Box())), 16u);
@@ -77,7 +77,7 @@ TEST(ValueTypes, countWhatValuesHold) {
     EXPECT_EQ(valueTypeNamed("zun::List<int>")->fixedBytes, 0u);
 }
 
-TEST(ValueTypes, copiesShareNoStorage) {
+TEST(ValueTypes, CopiesShareNoStorage) {
     auto const frames = valueOf(std::vector<Grey>{Grey({2, 2}, 5), Grey()});
     auto const masks = valueOf(std::vector<Mask>{{{1, 2, 3, 1}, Grey({1, 3}, 9)}});
     auto const frame = valueOf(Grey({4, 4}, 3));
@@ -95,7 +95,7 @@ TEST(ValueTypes, copiesShareNoStorage) {
     EXPECT_EQ(held<std::string>(valueTypeOf(*text)->copy(*text)), "abc");
 }
 
-TEST(ValueTypes, tellWhetherAnotherHeaderSharesAFrame) {
+TEST(ValueTypes, TellWhetherAnotherHeaderSharesAFrame) {
     auto const isSole = [](std::shared_ptr<Variant> const &value) { return valueTypeOf(*value)->soleOwner(*value); };
     Grey const kept({2, 2});
     EXPECT_TRUE(isSole(valueOf(Grey({2, 2}))));

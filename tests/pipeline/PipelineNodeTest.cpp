@@ -8,43 +8,6 @@
 namespace zun {
 namespace {
 
-/// A node that has nothing of its own beyond what it must.
-class Plain : public PipelineNode {
-public:
-    Plain() : PipelineNode({nullptr, -7}, NodeConfig("Plain")) {}
-
-    std::string getType() override { return "Plain"; }
-    void process(Tick) override {}
-    std::shared_ptr<PipelineNode> createInstance(NodeConstructionInfo const &, NodeConfig const &) override {
-        return nullptr;
-    }
-    std::set<std::string> const &getInputStreams() override { return streams; }
-    std::set<std::string> const &getOutputStreams() override { return streams; }
-    std::vector<OutputLimit> getOutputLimits() override { return {}; }
-    std::int32_t getOutputBufferSpace() override { return 0; }
-    void setOption(std::string const &, Variant &) override {}
-
-private:
-    std::set<std::string> streams;
-};
-
-TEST(PipelineNode, BaseOperationsMeanAnOrdinaryNode) {
-    Plain node;
-    EXPECT_TRUE(node.getCircularInputs().empty());
-    EXPECT_TRUE(node.getSingleTickInputs().empty());
-    EXPECT_FALSE(node.canSelfParallelise());
-    EXPECT_FALSE(node.hasSideEffects());
-    EXPECT_TRUE(node.readyForProcessingInputs());
-    EXPECT_FALSE(node.isGenerator());
-    EXPECT_FALSE(node.processProgressNeverPossible());
-    EXPECT_EQ(node.getRunUntil(12), 12u);
-    EXPECT_EQ(node.getRunUntil(endless), endless);
-    EXPECT_EQ(node.minTicksOnStreamForProgress(5, "stream"), 1u);
-    EXPECT_EQ(node.getIndex(), -7);
-    node.initialize();
-    node.flush(0);
-}
-
 #if defined(__x86_64__)
 /// The place of a virtual operation in the table of its class, as a pointer to it holds it on this platform.
 template <class Operation>
