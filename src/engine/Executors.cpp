@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    /// Returns false if a generator found no more.
+    /// Returns false if the run ends before this tick: a generator found no more, or the host stops it.
     bool runTick(Graph &graph, RunPlan const &plan, Tick tick, Progress &progress, Outcome &outcome) {
         std::vector<std::shared_ptr<Variant>> values(graph.streams.size());
         std::vector<bool> written(graph.streams.size(), false);
@@ -46,7 +46,10 @@ private:
             GraphNode &node = graph.nodes[index];
             auto const available = [&](GraphNode::Input const &input) { return written[input.stream]; };
             if (!std::all_of(node.inputs.begin(), node.inputs.end(), available)) continue; // behind a failed node
-            while (!node.node->readyForProcessingInputs()) std::this_thread::sleep_for(askAgainAfter);
+            while (!node.node->readyForProcessingInputs()) {
+                if (progress.stop) return false;
+                std::this_thread::sleep_for(askAgainAfter);
+            }
 
             Task task;
             task.begin(node, tick);
