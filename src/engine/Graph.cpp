@@ -113,6 +113,9 @@ void Graph::connect(GraphNode &node, NodeDescription const &description) {
     for (PortBinding const &binding : description.inputs) {
         if (binding.stream == noStream) continue;
         std::size_t const index = streamNamed(binding.stream);
+        if (node.node->minTicksOnStreamForProgress(0, binding.stream) > 1)
+            throw Exception("node " + node.label + " looks ahead on stream '" + binding.stream +
+                            "', which this engine can't run");
         auto input = std::find_if(node.inputs.begin(), node.inputs.end(),
                                   [&](GraphNode::Input const &known) { return known.stream == index; });
         if (input == node.inputs.end()) {

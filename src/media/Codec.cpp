@@ -39,11 +39,15 @@ std::string show(OptionNode const &node) {
     auto const shorten = [](std::string text) {
         return text.size() <= longest ? text : text.substr(0, longest) + "...";
     };
+    // On one line, and without the half of a character that was cut.
+    auto const quote = [](std::string const &text) {
+        return Json(text).dump(-1, ' ', false, Json::error_handler_t::ignore);
+    };
     switch (node.type) {
     case Type::VECTOR:
         return "a list of " + std::to_string(node.vectorValue.size());
     case Type::STRING:
-        return "\"" + shorten(node.stringValue) + "\"";
+        return quote(shorten(node.stringValue));
     case Type::BOOL:
         return node.boolValue ? "true" : "false";
     case Type::NONE:
@@ -95,12 +99,10 @@ struct Codec<float> {
     static float decode(OptionNode const &node, Where const &where) {
         if (node.type == Type::INT) return static_cast<float>(node.intValue);
         if (node.type == Type::FLOAT) {
-            // From its digits, so that it is rounded once.
-            float value = 0;
-            char const *const end = node.text.data() + node.text.size();
-            auto const [stop, error] = std::from_chars(node.text.data(), end, value);
-            bool const read = !node.text.empty() && error == std::errc() && stop == end;
-            return read ? value : static_cast<float>(node.floatValue);
+            float const value = rounded(node);
+            if (std::isinf(value) && std::isfinite(node.floatValue))
+                reject(node, where, "a number that a float holds, up to 3.4028235e+38");
+            return value;
         }
         if (node.type == Type::STRING) {
             if (node.stringValue == notANumber) return std::numeric_limits<float>::quiet_NaN();
@@ -113,6 +115,16 @@ struct Codec<float> {
         if (std::isnan(value)) return notANumber;
         if (std::isinf(value)) return value > 0 ? infinite : negativeInfinite;
         return value;
+    }
+
+private:
+    /// From the digits where there are some, so that it is rounded once.
+    static float rounded(OptionNode const &node) {
+        float value = 0;
+        char const *const end = node.text.data() + node.text.size();
+        auto const [stop, error] = std::from_chars(node.text.data(), end, value);
+        bool const read = !node.text.empty() && error == std::errc() && stop == end;
+        return read ? value : static_cast<float>(node.floatValue);
     }
 };
 
@@ -128,7 +140,7 @@ struct Codec<bool> {
 template <>
 struct Codec<std::string> {
     static std::string decode(OptionNode const &node, Where const &where) {
-        if (node.type != Type::STRING) reject(node, where, "a text");
+        if (node.type != Type::STRING) reject(node, where, "a text in quotes");
         return node.stringValue;
     }
     static Json encode(std::string const &value) { return value; }
@@ -282,7 +294,7 @@ public:
     bool number_integer(std::int64_t value) override { return add(OptionNode::ofInt(value)); }
     bool number_unsigned(std::uint64_t value) override {
         if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-            return refuse("the number " + std::to_string(value) + " is too large");
+            return add(OptionNode::ofFloat(static_cast<double>(value), std::to_string(value)));
         return add(OptionNode::ofInt(static_cast<std::int64_t>(value)));
     }
     bool number_float(double value, std::string const &text) override { return add(OptionNode::ofFloat(value, text)); }
@@ -302,14 +314,26 @@ public:
         open.pop_back();
         return add(std::move(complete));
     }
-    bool parse_error(std::size_t position, std::string const &, nlohmann::detail::exception const &) override {
-        return refuse("this is no JSON from character " + std::to_string(position) + " on");
+    bool parse_error(std::size_t position, std::string const &token,
+                     nlohmann::detail::exception const &error) override {
+        constexpr int numberOverflow = 406;
+        if (error.id == numberOverflow) return refuse("the number " + token + " is too large");
+        return refuse(noJsonFrom(position));
+    }
+
+    static std::string noJsonFrom(std::size_t position) {
+        return "this is no JSON from character " + std::to_string(position) + " on";
     }
 
 private:
     bool refuse(std::string const &why) {
-        if (problem.empty()) problem = why;
+        if (problem.empty()) problem = (open.empty() ? "" : place() + ": ") + why;
         return false;
+    }
+    std::string place() const {
+        std::string text;
+        for (OptionNode const &list : open) text += "[" + std::to_string(list.vectorValue.size()) + "]";
+        return text;
     }
     bool add(OptionNode node) {
         if (open.empty())
@@ -339,6 +363,10 @@ std::string encodeValue(Variant const &value) {
 }
 
 OptionNode parseJson(std::string_view text) {
+    if (text.find_first_not_of(" \t\r\n") == std::string_view::npos) throw Exception("there is no value");
+    // The parser takes a null character for the end of the text.
+    if (std::size_t const null = text.find('\0'); null != std::string_view::npos)
+        throw Exception(TreeBuilder::noJsonFrom(null + 1));
     TreeBuilder tree;
     if (!nlohmann::json::sax_parse(text, &tree)) throw Exception(tree.problem);
     return std::move(tree.root);

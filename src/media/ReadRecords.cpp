@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "containers/Exception.h"
@@ -21,11 +22,21 @@
 namespace zun::media {
 namespace {
 
+/// The descriptor of a file that can be read at any place.
+int openFile(std::string const &path) {
+    int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // a pipe would wait for its writer
+    if (descriptor < 0) throw Exception("'" + path + "' can't be opened: " + std::strerror(errno));
+    struct stat status {};
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
+    ::close(descriptor);
+    throw Exception("'" + path + "' is " + (S_ISDIR(status.st_mode) ? "a folder" : "no regular file") +
+                    ": records are read from a file on disk");
+}
+
 /// A file whose lines can be read in any order and by several threads at once.
 class LineFile {
 public:
-    explicit LineFile(std::string const &path) : name(path), descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-        if (descriptor < 0) fail("can't be opened");
+    explicit LineFile(std::string const &path) : name(path), descriptor(openFile(path)) {
         try {
             findLines();
         } catch (...) {
@@ -131,10 +142,12 @@ engine::NodeFacts readRecordsFacts() {
     engine::NodeFacts facts;
     facts.typeFromOption = {{"value", "type"}};
     facts.forecast = [](NodeConfig const &config) {
-        std::string const path = textOption(config, "path");
         engine::Forecast forecast;
-        if (::access(path.c_str(), R_OK) != 0)
-            forecast.errors.push_back("'" + path + "' can't be opened: " + std::strerror(errno));
+        try {
+            ::close(openFile(textOption(config, "path")));
+        } catch (Exception const &error) {
+            forecast.errors.push_back(error.what());
+        }
         return forecast;
     };
     return facts;

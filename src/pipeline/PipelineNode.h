@@ -93,7 +93,8 @@ public:
     /// The least room on any of the outputs now; see outputSpace().
     virtual std::int32_t getOutputBufferSpace() = 0;
 
-    /// How many values of a stream have to wait before the node can process `tick`. Base: 1, the tick's own.
+    /// How many values of a stream have to wait before the node can process `tick`. Base: 1, the tick's own. A host
+    /// that hands out one tick at a time refuses a node that wants more.
     virtual std::uint64_t minTicksOnStreamForProgress(Tick tick, std::string const &stream) const;
 
     /// Replaces an option. `value` must hold the option's own type; nothing is converted. Not to be called while the

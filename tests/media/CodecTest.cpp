@@ -91,11 +91,17 @@ TEST(Records, ThatDontFitTellWhereAndWhy) {
         {"zun::List<zun::Mask>", "[[[0,0,2,1],[[1]]]]", "[0][1]: expected 1 rows of 2 elements"},
         {"zun::Box", "[1,2,3]", "expected a list of 4 numbers: x, y, width, height, found a list of 3"},
         {"bool", "1", "expected true or false, found 1"},
-        {"std::string", "[1]", "expected a text, found a list of 1"},
+        {"std::string", "[1]", "expected a text in quotes, found a list of 1"},
+        {"int", R"("a\nb")", R"(found "a\nb")"},
+        {"int", "10000000000000000000", "found 10000000000000000000"},
+        {"zun::List<zun::Vec2f>", "[[0,-1e39]]", "[0][1]: expected a number that a float holds"},
+        {"zun::Mat<float, 2>", "[[1],[2,1e999]]", "[1][1]: the number 1e999 is too large"},
         {"zun::Vec2i", "\"x\"", "expected a list of 2 numbers"},
         {"float", "null", "null is no value"},
+        {"zun::List<int>", "[1,2,null]", "[2]: null is no value"},
         {"float", "{\"a\":1}", "no objects"},
-        {"float", "", "no JSON"},
+        {"float", "", "there is no value"},
+        {"float", " \r", "there is no value"},
         {"float", "1 2", "no JSON"},
         {"float", "[1", "no JSON"},
         {"float", "[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]", "nested deeper"},
@@ -110,6 +116,16 @@ TEST(Records, ThatDontFitTellWhereAndWhy) {
         }
         EXPECT_NE(message.find(c.message), std::string::npos) << c.json << ": " << message;
     }
+}
+
+TEST(Records, OfAFloatTakeWholeNumbersOfAnySize) {
+    EXPECT_EQ(recoded("10000000000000000000", "float"), "1e+19");
+    EXPECT_EQ(recoded("-7", "float"), "-7.0");
+}
+
+TEST(Records, DontEndAtANullCharacter) {
+    EXPECT_THROW(parseJson(std::string_view("1\0002", 3)), Exception);
+    EXPECT_THROW(parseJson(std::string_view("1\0", 2)), Exception);
 }
 
 TEST(Records, RefuseATextThatIsNoUtf8) { EXPECT_THROW(encodeValue(VariantType<std::string>("\xff\xfe")), Exception); }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/mount.h>
+#include <sys/stat.h>
 
 #include "containers/Mat.h"
 #include "media/Media.h"
@@ -49,11 +50,23 @@ TEST_F(RecordFiles, NameFileAndLineOfWhatIsWrong) {
     EXPECT_EQ(errorOf([&] { node.run({}, 0); }), "");
     std::string const wrong = errorOf([&] { node.run({}, 1); }), empty = errorOf([&] { node.run({}, 2); });
     EXPECT_NE(wrong.find("in.jsonl', line 2: [1]: expected a whole number"), std::string::npos) << wrong;
-    EXPECT_NE(empty.find("in.jsonl', line 3: this is no JSON"), std::string::npos) << empty;
+    EXPECT_NE(empty.find("in.jsonl', line 3: there is no value"), std::string::npos) << empty;
     std::string const missing = errorOf([&] {
         OneNode("ReadRecords", {{"path", text(folder / "no.jsonl")}, {"type", text("int")}});
     });
     EXPECT_NE(missing.find("no.jsonl' can't be opened: No such file"), std::string::npos) << missing;
+}
+
+TEST_F(RecordFiles, AreReadFromRegularFilesAlone) {
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (auto const &[path, why] :
+         {std::pair{folder / "pipe", "is no regular file"}, {folder.path.string(), "is a folder"}}) {
+        std::map<std::string, OptionNode> const options{{"path", text(path)}, {"type", text("int")}};
+        std::string const error = errorOf([&] { OneNode("ReadRecords", options); });
+        EXPECT_NE(error.find(why), std::string::npos) << error;
+        auto const forecast = media::facts().at("ReadRecords").forecast(NodeConfig("ReadRecords", options));
+        EXPECT_EQ(forecast.errors, std::vector<std::string>{error});
+    }
 }
 
 TEST_F(RecordFiles, AreUnderTheFinalNameOnlyWhenTheyAreFinished) {
