@@ -1,5 +1,6 @@
 #include "cli/Program.h"
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <new>
@@ -79,6 +80,8 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
 }
 
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {
+    // A reader of our output that goes away is an error of the write, and leaves the rest of a run complete.
+    std::signal(SIGPIPE, SIG_IGN);
     setProgramName(program.get_name());
     showLog(false);
     try {
