@@ -9,8 +9,8 @@
 #include "cli/Program.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
-#include "engine/Check.h"
 #include "engine/PortTypes.h"
+#include "engine/SingleNode.h"
 #include "pipeline/NodeRegistry.h"
 
 namespace zun::cli {
@@ -139,11 +139,7 @@ void printList(bool json) {
 }
 
 int reportUnknown(std::string const &type) {
-    std::vector<std::string> known;
-    for (Entry const *entry : NodeRegistry::entries()) known.push_back(entry->type);
-    std::optional<std::string> const nearest = engine::nearestName(type, known);
-    printError("there is no node type '" + type + "'" + (nearest ? "; did you mean '" + *nearest + "'?" : "") +
-               " (zun nodes lists them all)");
+    printError(engine::unknownType(type) + " (zun nodes lists them all)");
     return failed;
 }
 
