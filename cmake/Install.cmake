@@ -2,6 +2,7 @@
 #   bin/                    the programs
 #   lib/                    the shared rooms; lib/zun/ the plug-ins; lib/cmake/zun/ the package files
 #   include/zun/            the headers of the rooms that a plug-in stands on
+#   lib/python3/dist-packages/   the Python module and its type stubs
 #   share/fonts/            the font that text is drawn with by default
 #   share/zun/examples/     descriptions, and the photos they run on
 
@@ -11,11 +12,16 @@ set(plugin_rooms vexa_logging vexa_core containers pipeline frame)
 set(package_dir lib/cmake/zun)
 
 install(TARGETS ${plugin_rooms} EXPORT zunTargets LIBRARY DESTINATION lib)
-install(TARGETS engine LIBRARY DESTINATION lib NAMELINK_SKIP)
+install(TARGETS engine vexa_imgproc LIBRARY DESTINATION lib NAMELINK_SKIP)
 install(TARGETS zun graphPipeline RUNTIME DESTINATION bin)
 install(TARGETS imgproc LIBRARY DESTINATION ${ZUN_PLUGIN_DIR})
 set_target_properties(zun graphPipeline PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")
 set_target_properties(imgproc PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+
+set(python_dir lib/python3/dist-packages)
+install(TARGETS python LIBRARY DESTINATION ${python_dir})
+install(FILES src/python/zun.pyi DESTINATION ${python_dir})
+set_target_properties(python PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
 foreach(room ${plugin_rooms})
     install(DIRECTORY src/${room} DESTINATION include/zun FILES_MATCHING PATTERN "*.h")

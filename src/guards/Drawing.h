@@ -11,4 +11,12 @@ namespace zun::guards {
 /// row below, does.
 std::optional<engine::Refusal> drawPoints(engine::GuardView const &view);
 
+/// DrawText: a location for every string.
+std::optional<engine::Refusal> drawText(engine::GuardView const &view);
+
+/// DrawBoxes: a text for every box, where texts are connected, and boxes and outlines whose sums don't wrap around 32
+/// bits in such a way that they lead out of the frame. What comes behind the point where the node fails by itself, be
+/// it at a box outside the frame or at the colour, is not looked at.
+std::optional<engine::Refusal> drawBoxes(engine::GuardView const &view);
+
 } // namespace zun::guards

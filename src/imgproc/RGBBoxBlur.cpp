@@ -1,0 +1,48 @@
+// Blurs a colour frame, channel by channel, by the mean over a box around each pixel. The frame's edge counts as going
+// on outside; an even size leans to the left and up.
+//
+//   - type: RGBBoxBlur
+//     inputs: {input: photo}
+//     outputs: {output: blurred}
+//     options: {kernelSizeX: 9, kernelSizeY: 9}
+
+#include "containers/Mat.h"
+#include "frame/Registration.h"
+#include "imgproc/kernels/BoxBlur.h"
+
+class RGBBoxBlur : public zun::Node {
+    using Frame = zun::Mat<zun::Vec3b, 2>;
+
+    int kernelSizeX = 0;
+    int kernelSizeY = 0;
+    zun::InputStream<Frame> input;
+    zun::OutputStream<Frame> output;
+
+public:
+    using Node::Node;
+
+    struct Table {
+        static constexpr zun::NodeRow node{.type = "RGBBoxBlur",
+                                           .sourcePath = "imgproc/RGBBoxBlur",
+                                           .summary = "Blurs a colour frame by the mean over a box"};
+        static constexpr auto inputs =
+            zun::rows(zun::input("input", "zun::Mat<zun::Vec3b, 2>", &RGBBoxBlur::input, "the frame"));
+        static constexpr auto outputs =
+            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &RGBBoxBlur::output, "the blurred frame"));
+        static constexpr auto options = zun::rows(zun::requiredOption("kernelSizeX", "int", &RGBBoxBlur::kernelSizeX,
+                                                                      "width of the box in pixels, from 1 on"),
+                                                  zun::requiredOption("kernelSizeY", "int", &RGBBoxBlur::kernelSizeY,
+                                                                      "height of the box in pixels, from 1 on"));
+    };
+
+    void process(zun::Tick tick) override {
+        Frame const frame = readStream(tick, input);
+        Frame const blurred(frame.shape);
+        auto const bytes = [](Frame const &mat) { return reinterpret_cast<unsigned char *>(mat.first()); };
+        zun::kernels::boxBlur(bytes(frame), bytes(blurred), {frame.shape[0], frame.shape[1]}, 3,
+                              {kernelSizeX, kernelSizeY});
+        writeStream(tick, output, blurred);
+    }
+};
+
+static zun::Registration<RGBBoxBlur> const registration;

@@ -1,0 +1,29 @@
+// Histogram equalisation: values replaced by how many of the frame's lie below them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "containers/Arithmetic.h"
+#include "containers/Vec.h"
+
+namespace zun::kernels {
+
+/// The byte for a value with `below` of `total` counts below it: 256 * below / total in signed 32-bit integers, the
+/// product wrapping; 255 from there on, the low byte of what is less, and that may be negative. A total of 0 is a
+/// division by zero.
+inline unsigned char equalised(std::uint32_t below, std::uint32_t total) {
+    auto const scaled = static_cast<int>(below * 256u), divisor = static_cast<int>(total);
+    int const quotient = divisor == -1 ? wrappingSubtract(0, scaled) : scaled / divisor;
+    return static_cast<unsigned char>(quotient >= 255 ? 255 : quotient);
+}
+
+/// Equalises `count` bytes, at least one, by their own histogram. The ranges must not overlap.
+void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count);
+
+/// Replaces the first channel of `count` pixels by the share of the pixels, from 0 to less than 1, that lie in a lower
+/// bin of its histogram; the other two are copied. A value v falls into bin v * `bins`, truncated, and held within the
+/// `bins` there are; what no int holds, NaN with it, into the first. The ranges must not overlap.
+void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins);
+
+} // namespace zun::kernels

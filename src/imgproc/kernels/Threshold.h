@@ -1,0 +1,14 @@
+// Grey bytes to 0 and 1.
+#pragma once
+
+#include <cstdint>
+
+namespace zun::kernels {
+
+/// out[i] = 1 where in[i] is at least the threshold, else 0. The ranges must not overlap.
+void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
+
+/// out[i] = 1 where in[i] is below the threshold, else 0: the complement.
+void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
+
+} // namespace zun::kernels
