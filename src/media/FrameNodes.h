@@ -1,4 +1,4 @@
-// The nodes that read and write frames, and what hosts know of them.
+// The nodes that read and write frames and their lists, and what hosts know of them.
 #pragma once
 
 #include "engine/Facts.h"
@@ -7,6 +7,8 @@ namespace zun::media {
 
 void registerReadFrames();
 void registerWriteFrames();
+void registerListFrames();
+void registerPickFrame();
 
 /// The size of the first frame, or why it can't be read.
 engine::Forecast forecastReadFrames(NodeConfig const &config);

@@ -11,6 +11,8 @@ void registerNodes() {
     registerReadRecords();
     registerWriteRecords();
     registerConstant();
+    registerListFrames();
+    registerPickFrame();
 }
 
 engine::NodeFactsTable const &facts() {
