@@ -1,26 +1,26 @@
 #!/usr/bin/env bash
-# Builds the system and runs a first pipeline over a photo. Usage: ./demo.sh [FOLDER FOR THE RESULTS]
+# Builds the system and counts the coins in a photo. Usage: ./demo.sh [FOLDER FOR THE RESULTS]
 results=$(realpath -m "${1:-$(dirname "${BASH_SOURCE[0]}")/out/demo}")
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 
 install_packages
-build release zun graphPipeline
+build release zun graphPipeline python
 
 bin=build/release/bin
 mkdir -p "$results"
-say "checking examples/first.yaml"
-"$bin/zun" check examples/first.yaml -D out="$results"
-say "running it over examples/photos/coffee.png"
-"$bin/zun" run examples/first.yaml -D out="$results" --progress
-"$bin/graphPipeline" examples/first.yaml -D out="$results" >"$results/first.dot"
+say "checking examples/coins.yaml"
+"$bin/zun" check examples/coins.yaml -D out="$results"
+say "running it over examples/photos/coins.png"
+"$bin/zun" run examples/coins.yaml -D out="$results" --progress
+"$bin/graphPipeline" examples/coins.yaml -D out="$results" >"$results/coins.dot"
 
+# One record: a list with an area for each coin.
+coins=$(tr -cd , <"$results/areas.jsonl" | wc -c)
 cat <<END
 
-The results lie in $results:
-  marked.png     the cup on its saucer, cut out of the photo, in negative colours: the brown saucer has turned blue, and
-                 a yellow ring of points runs round the cup's rim
-  close-up.png   what lies in a box about the ring, cut out once more
-  points.jsonl   the points of the ring, (row, column), as they went through the pipeline
-  first.dot      the pipeline as a graph, for: dot -Tsvg $results/first.dot > first.svg
-To see what the description says: examples/first.yaml
+$((coins + 1)) coins found. The results lie in $results:
+  coins.png     the photo, with a numbered yellow box about each coin
+  areas.jsonl   the area of each coin in pixels, in the order of their numbers
+  coins.dot     the pipeline as a graph, for: dot -Tsvg $results/coins.dot > coins.svg
+To see what the description says: examples/coins.yaml. More of them: examples/nodes, one for each node type.
 END
