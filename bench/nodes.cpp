@@ -1,79 +1,124 @@
-// Whole nodes: reading the stream, allocating, computing and writing. The counter `ratio` sets a node's time against
-// what memory allows: a memcpy of the frame into storage that is used again and again, taken in turn with the node so
-// that both see the same machine.
+// Whole nodes on one thread: reading the streams, allocating, computing and writing, beside OpenCV's nearest operation
+// and a memcpy of the frame. All three take turns, so that they see the same machine; the figures are medians.
+//
+//   bench_nodes [--size 1920x1080] [--seconds 0.3] [--json FILE] [PART OF A NODE'S NAME]
 
+#include <algorithm>
 #include <chrono>
-#include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <map>
-#include <memory>
-#include <stdexcept>
+#include <fstream>
+#include <iostream>
+#include <optional>
 #include <string>
 
-#include <benchmark/benchmark.h>
-#include <dlfcn.h>
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 
-#include "containers/Mat.h"
+#include "NodeCases.h"
+#include "engine/Plugins.h"
 #include "pipeline/NodeRegistry.h"
-#include "pipeline/PipelineNode.h"
-#include "pipeline/PipelineState.h"
 
 namespace {
 
 using namespace zun;
-using Frame = Mat<Vec3b, 2>;
-
-/// One value for all inputs, and the latest output.
-class OneValue final : public PipelineState {
-public:
-    std::shared_ptr<Variant> read, written;
-
-    std::shared_ptr<Variant> getLinearInput(PipelineNode const *, Tick, std::string, bool) override { return read; }
-    void setLinearOutput(Tick, std::string, std::shared_ptr<Variant> value) override { written = std::move(value); }
-    std::uint64_t getStreamBufferCount(std::string const &) override { return 0; }
-};
-
-std::unique_ptr<PipelineNode> build(std::string const &type, PipelineState &state) {
-    if (dlopen(ZUN_IMGPROC, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE) == nullptr) throw std::runtime_error(dlerror());
-    NodeRegistry::Entry const &entry = *NodeRegistry::find(type);
-    std::map<std::string, std::string> inputs, outputs;
-    for (auto const &[port, input] : entry.specification.inputs) inputs[port] = port;
-    for (auto const &[port, output] : entry.specification.outputs) outputs[port] = port;
-    return std::unique_ptr<PipelineNode>(entry.factory({&state, 0}, NodeConfig(type, {}, inputs, outputs)));
-}
 
 template <class Action>
-double secondsOf(Action action) {
+double millisecondsOf(Action &&action) {
     auto const start = std::chrono::steady_clock::now();
     action();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-void negativeImage(benchmark::State &state) {
-    Frame const frame({static_cast<std::uint32_t>(state.range(1)), static_cast<std::uint32_t>(state.range(0))},
-                      {1, 2, 3});
-    Frame const copy = frame.clone();
-    OneValue streams;
-    streams.read = std::make_shared<VariantType<Frame>>(frame);
-    auto const node = build("NegativeImage", streams);
+double median(std::vector<double> values) {
+    auto const middle = values.begin() + std::ptrdiff_t(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
 
-    double nodeSeconds = 0, copySeconds = 0;
-    Tick tick = 0;
-    for (auto _ : state) {
-        streams.written.reset(); // the frame before has been read
-        double const seconds = secondsOf([&] { node->process(tick++); });
-        state.SetIterationTime(seconds);
-        nodeSeconds += seconds;
-        copySeconds += secondsOf([&] {
-            std::memcpy(copy.first(), frame.first(), frame.bytes());
-            benchmark::ClobberMemory();
-        });
+struct Times {
+    double node = 0;
+    std::optional<double> peer, copy;
+};
+
+std::set<std::string> namesOf(engine::PortValues const &values) {
+    std::set<std::string> names;
+    for (auto const &[name, value] : values) names.insert(name);
+    return names;
+}
+
+Times measure(bench::NodeCase const &given, double seconds) {
+    engine::SingleNodePlan plan{given.type, given.options, namesOf(given.inputs), given.outputs, {}};
+    if (plan.outputs.empty())
+        for (auto const &[port, about] : NodeRegistry::find(given.type)->specification.outputs)
+            plan.outputs.insert(port);
+    engine::SingleNode node(plan);
+
+    std::vector<char> const from(given.bytes, 1);
+    std::vector<char> to(given.bytes, 2);
+    std::vector<double> nodeTimes, peerTimes, copyTimes;
+    constexpr std::size_t fewest = 7;
+    auto const begun = std::chrono::steady_clock::now();
+    auto const spent = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count(); };
+    while (nodeTimes.size() < fewest || spent() < seconds) {
+        nodeTimes.push_back(millisecondsOf([&] { node.process(given.inputs); }));
+        if (given.peer) peerTimes.push_back(millisecondsOf(given.peer));
+        if (given.bytes > 0)
+            copyTimes.push_back(millisecondsOf([&] {
+                std::memcpy(to.data(), from.data(), from.size());
+                asm volatile("" : : "r"(to.data()) : "memory"); // the copy is wanted
+            }));
     }
-    state.counters["memcpy"] = copySeconds / static_cast<double>(state.iterations());
-    state.counters["ratio"] = nodeSeconds / copySeconds;
+    Times times{median(nodeTimes), {}, {}};
+    if (!peerTimes.empty()) times.peer = median(peerTimes);
+    if (!copyTimes.empty()) times.copy = median(copyTimes);
+    return times;
 }
-BENCHMARK(negativeImage)->Args({1920, 1080})->Args({640, 480})->Args({1, 1})->UseManualTime();
+
+std::string cell(std::optional<double> value) {
+    if (!value) return "-";
+    char text[32];
+    std::snprintf(text, sizeof text, *value < 10 ? "%.2f" : "%.1f", *value);
+    return text;
+}
+
+std::optional<double> ratio(double a, std::optional<double> b) { return b ? std::optional(a / *b) : std::nullopt; }
 
 } // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char **argv) {
+    CLI::App program{"Times whole nodes beside OpenCV's nearest operations and memcpy, on one thread"};
+    std::string size = "1920x1080", json, part;
+    double seconds = 0.3;
+    program.add_option("--size", size, "Columns and rows of the frames")->capture_default_str();
+    program.add_option("--seconds", seconds, "How long each case is repeated")->capture_default_str();
+    program.add_option("--json", json, "Write the figures to this file, too");
+    program.add_option("part", part, "Only nodes with this in their names");
+    CLI11_PARSE(program, argc, argv);
+    int columns = 0, rows = 0;
+    if (std::sscanf(size.c_str(), "%dx%d", &columns, &rows) != 2 || columns < 1 || rows < 1) {
+        std::cerr << "bench_nodes: --size takes COLUMNSxROWS, such as 1920x1080\n";
+        return 2;
+    }
+
+    engine::loadPlugin("imgproc");
+    nlohmann::ordered_json report = nlohmann::ordered_json::array();
+    std::printf("%-33s %-20s %8s %8s %8s %7s %7s  %s\n", "node", "setting", "ms", "peer ms", "copy ms", "/peer",
+                "/copy", "peer");
+    for (bench::NodeCase const &given : bench::nodeCases(columns, rows)) {
+        if (given.type.find(part) == std::string::npos) continue;
+        Times const times = measure(given, seconds);
+        auto const toPeer = ratio(times.node, times.peer), toCopy = ratio(times.node, times.copy);
+        std::printf("%-33s %-20s %8s %8s %8s %7s %7s  %s\n", given.type.c_str(), given.setting.c_str(),
+                    cell(times.node).c_str(), cell(times.peer).c_str(), cell(times.copy).c_str(), cell(toPeer).c_str(),
+                    cell(toCopy).c_str(), given.peerName.c_str());
+        std::fflush(stdout);
+        report.push_back({{"node", given.type}, {"setting", given.setting}, {"size", size}, {"ms", times.node}});
+        if (times.peer) report.back().update({{"peer", given.peerName}, {"peer_ms", *times.peer}});
+        if (times.copy) report.back()["copy_ms"] = *times.copy;
+    }
+    if (json.empty()) return 0;
+    std::ofstream file(json);
+    file << report.dump(2) << '\n';
+    return file.flush() ? 0 : 1;
+}
