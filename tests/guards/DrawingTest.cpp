@@ -5,6 +5,7 @@
 
 #include "Guarded.h"
 #include "containers/Mat.h"
+#include "containers/Rect.h"
 
 namespace zun {
 namespace {
@@ -77,6 +78,78 @@ TEST(DrawPointsGuard, PassesExactlyWhatStaysInTheFrame) {
     }
     EXPECT_GT(passed, 500);
     EXPECT_GT(refused, 500);
+}
+
+TEST(DrawTextGuard, RefusesAStringWithoutALocation) {
+    auto const refusal = [](std::size_t strings, std::size_t locations, char const *colour) {
+        test::Guarded const node("DrawText", {{"colour", OptionNode::ofString(colour)}});
+        auto const answer = node.refusal({{"frames", test::valueOf(Frame({2, 2}))},
+                                          {"strings", test::valueOf(std::vector<std::string>(strings))},
+                                          {"locations", test::valueOf(Points(locations))}});
+        return answer ? answer->port + ": " + answer->reason : "";
+    };
+    EXPECT_EQ(refusal(0, 0, "#123456"), "");
+    EXPECT_EQ(refusal(2, 3, "#123456"), "");
+    EXPECT_EQ(refusal(3, 2, "#123456"), "locations: string 2 has no location: there are 3 strings and 2 locations; "
+                                        "send one for each");
+    EXPECT_EQ(refusal(3, 2, "#12345"), "") << "the node fails for the colour before that";
+    EXPECT_NE(refusal(3, 0, "#12345"), "") << "but only after it read a location";
+}
+
+TEST(DrawBoxesGuard, RefusesWhatLeadsOutOfTheFrameAndABoxWithoutAText) {
+    using Boxes = std::vector<Box>;
+    constexpr int largest = std::numeric_limits<int>::max();
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN(), far = 2147483520; // 2^31 - 128
+    struct Case {
+        Boxes boxes; // in a frame of 10 rows and 20 columns
+        bool filled;
+        char const *refused; // how the refusal begins; empty for none
+        bool clamp = true;
+        int thickness = 1;
+        std::size_t labels = 4;
+        char const *colour = "#123456";
+    } const cases[] = {
+        {{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}}, true, ""},
+        {{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}}, false, "", true, 1000},
+        {{{-2147483648.0f, 0, -far, 5}}, true, ""}, // its right side wraps to column 128
+        {{{1, 1, 2, 2}, {far, 0, 200, 5}}, true, "boxes: box 1 (x 2.14748e+09, y 0, width 200, height 5) leads out"},
+        {{{0, far, 5, 200}}, true, "boxes: box 0 "},
+        {{{far, 0, 200, 5}}, true, "boxes: box 0 ", false},       // of the same area as its part
+        {{{0, 0, 99, 5}, {far, 0, 200, 5}}, true, "", false},     // the node's own failure
+        {{{far, 0, 200, 5}}, true, "", true, 1, 4, "#12345"},     // likewise
+        {{{0, 0, 5, 5}}, false, "", true, -largest},              // top and bottom have no rows
+        {{{0, 1, 5, 5}}, false, "boxes: box 0 ", true, -largest}, // the top band wraps
+        {{{1, 1, 5, 5}}, false, "", true, -largest - 1},
+        {{{0, 0, 9, 9}}, false, "", true, largest - 9},
+        {{{0, 0, 5, 5}}, false, "boxes: box 0 ", true, largest}, // the right band wraps
+        {{{0, 0, 1, 1}, {1, 1, 1, 1}},
+         false,
+         "text: box 1 (x 1, y 1, width 1, height 1) has no text: there are 2 ",
+         true,
+         1,
+         1},
+        {{{0, 0, 1, 1}, {1, 1, 99, 1}}, false, "", false, 1, 1}, // fails before it reads the label
+    };
+    for (Case const &given : cases) {
+        test::Guarded node("DrawBoxes", {{"filled", OptionNode::ofBool(given.filled)},
+                                         {"clamp", OptionNode::ofBool(given.clamp)},
+                                         {"lineThickness", OptionNode::ofInt(given.thickness)},
+                                         {"colour", OptionNode::ofString(given.colour)}});
+        test::Values const values{{"frames", test::valueOf(Frame({10, 20}, {0, 0, 0}))},
+                                  {"boxes", test::valueOf(given.boxes)},
+                                  {"text", test::valueOf(std::vector<std::string>(given.labels))}};
+        auto const refusal = node.refusal(values);
+        std::string const text = refusal ? refusal->port + ": " + refusal->reason : "";
+        auto const place = &given - cases;
+        EXPECT_EQ(text.empty(), *given.refused == 0) << place << ": " << text;
+        EXPECT_TRUE(text.starts_with(given.refused)) << place << ": " << text;
+        if (refusal) continue;
+        try { // a sanitizer sees it leave its frame
+            node.output(values);
+        } catch (Exception const &) {
+            EXPECT_TRUE(!given.clamp || given.colour[6] == 0) << place;
+        }
+    }
 }
 
 } // namespace
