@@ -22,13 +22,6 @@ std::uint64_t flatIndex(Vec2f const &point, std::uint32_t columns) {
     return std::uint64_t(row) * columns + column;
 }
 
-/// Whether the node fails at its first string or box, before it draws anything.
-bool colourFails(engine::GuardView const &view) {
-    std::string const text = view.option<std::string>("colour", "#FF00FF");
-    std::size_t const prefix = text.starts_with('#') ? 1 : text.starts_with("0x") ? 2 : 0;
-    return text.size() != prefix + 6;
-}
-
 int area(Rect<int> const &rect) { return wrappingMultiply(rect.width, rect.height); }
 
 std::string show(Box const &box) {
@@ -63,10 +56,16 @@ bool outlineLeaves(Frame const &frame, Rect<int> const &box, int thickness) {
 
 } // namespace
 
+bool colourFails(engine::GuardView const &view, char const *option) {
+    std::string const text = view.option<std::string>(option, "#FF00FF");
+    std::size_t const prefix = text.starts_with('#') ? 1 : text.starts_with("0x") ? 2 : 0;
+    return text.size() != prefix + 6;
+}
+
 std::optional<engine::Refusal> drawPoints(engine::GuardView const &view) {
     auto const *const frame = view.input<Frame>("image");
     auto const *const points = view.input<std::vector<Vec2f>>("points");
-    if (frame == nullptr || points == nullptr) return std::nullopt;
+    if (frame == nullptr || points == nullptr || colourFails(view, "colour")) return std::nullopt;
 
     for (std::size_t i = 0; i < points->size(); i++) {
         Vec2f const &point = (*points)[i];
@@ -84,7 +83,7 @@ std::optional<engine::Refusal> drawText(engine::GuardView const &view) {
     auto const *const strings = view.input<std::vector<std::string>>("strings");
     auto const *const locations = view.input<std::vector<Vec2f>>("locations");
     if (strings == nullptr || locations == nullptr || locations->size() >= strings->size()) return std::nullopt;
-    if (!locations->empty() && colourFails(view)) return std::nullopt;
+    if (!locations->empty() && colourFails(view, "colour")) return std::nullopt;
     return engine::Refusal{"locations", "string " + std::to_string(locations->size()) + " has no location: there are " +
                                             std::to_string(strings->size()) + " strings and " +
                                             std::to_string(locations->size()) + " locations; send one for each"};
@@ -94,7 +93,7 @@ std::optional<engine::Refusal> drawBoxes(engine::GuardView const &view) {
     auto const *const frame = view.input<Frame>("frames");
     auto const *const boxes = view.input<std::vector<Box>>("boxes");
     auto const *const labels = view.input<std::vector<std::string>>("text");
-    if (frame == nullptr || boxes == nullptr || boxes->empty() || colourFails(view)) return std::nullopt;
+    if (frame == nullptr || boxes == nullptr || boxes->empty() || colourFails(view, "colour")) return std::nullopt;
 
     bool const clamp = view.option("clamp", true), filled = view.option("filled", false);
     int const thickness = view.option("lineThickness", 1);

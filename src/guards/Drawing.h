@@ -7,6 +7,9 @@
 
 namespace zun::guards {
 
+/// Whether an option holds no colour string, so that the node fails by itself before it draws anything.
+bool colourFails(engine::GuardView const &view, char const *option);
+
 /// DrawPoints: every point has to land on an element of the frame. A column past the end of its row, which lands in a
 /// row below, does.
 std::optional<engine::Refusal> drawPoints(engine::GuardView const &view);

@@ -48,12 +48,11 @@ struct Position {
 };
 
 Position worstPosition(std::uint32_t extent, int step, int length) {
-    std::int64_t const lastBegin = std::numeric_limits<int>::max() - length;
     Position worst;
     std::uint64_t total = 0;
     for (std::int64_t at = 0; at < extent; at++) {
         std::int64_t const ended = at - length;
-        if (at % step == 0 && at <= lastBegin) total += std::uint64_t(std::min<std::int64_t>(length, extent - at));
+        if (at % step == 0) total += std::uint64_t(std::min<std::int64_t>(length, extent - at));
         if (ended >= 0 && ended % step == 0) total -= std::uint64_t(length);
         int const power = std::countr_zero(static_cast<std::uint32_t>(total));
         bool const uncovered = total == 0 && worst.total != 0; // tells more than a total that wraps
@@ -80,8 +79,8 @@ std::optional<engine::Refusal> normalizeGreyImage(engine::GuardView const &view)
 
 std::optional<engine::Refusal> normalizeYCbCrImage(engine::GuardView const &view) {
     auto const *const frame = view.input<Mat<Vec3f, 2>>("input");
-    if (frame == nullptr || frame->count == 0) return std::nullopt;
-    return refuseBelowOne("histogramSize", view.option("histogramSize", 256));
+    if (frame == nullptr || frame->count == 0 || view.option("histogramSize", 256) != 0) return std::nullopt;
+    return engine::Refusal{"input", "histogramSize is 0; set it to 1 or more"};
 }
 
 std::optional<engine::Refusal> slidingWindowNormalizeGreyImage(engine::GuardView const &view) {

@@ -9,62 +9,16 @@
 #include "containers/Arithmetic.h"
 #include "containers/Mat.h"
 #include "guards/Cropping.h"
+#include "guards/Drawing.h"
+#include "imgproc/kernels/ResizeSize.h"
 
 namespace zun::guards {
 namespace {
 
 using Frame = Mat<Vec3b, 2>;
 
-struct Size {
-    std::int64_t rows, columns;
-
-    friend bool operator==(Size const &, Size const &) = default;
-};
-
-bool fitsInMemory(Size size) {
-    return size.rows == 0 || size.columns == 0 ||
-           std::uint64_t(size.rows) * std::uint64_t(size.columns) <= largestCutBytes / sizeof(Vec3b);
-}
-
-/// How the node scales lengths: by a fraction of which both terms are below 16384 in magnitude.
-class Scale {
-public:
-    Scale(std::int64_t target, std::int64_t source) {
-        std::int64_t const common = std::gcd(target, source);
-        std::int64_t num = target / common, den = source / common;
-        while (std::abs(num) >= 16384 || std::abs(den) >= 16384) {
-            num /= 2;
-            den /= 2;
-        }
-        factor = den == 0 ? 16383.0 : static_cast<double>(num) / static_cast<double>(den);
-    }
-
-    std::int64_t of(std::int64_t length) const {
-        return truncateToInt(std::round(factor * static_cast<double>(length)));
-    }
-
-private:
-    double factor;
-};
-
-/// The size that the node gives a frame, computed as the node does; none for a frame that passes as it is.
-std::optional<Size> sizeAfterResize(engine::GuardView const &view, Size frame) {
-    int width = view.option("width", 0), height = view.option("height", 0);
-    if (int const largest = view.option("largestSize", 0)) {
-        bool const wide = frame.columns > frame.rows;
-        width = wide ? largest : 0;
-        height = wide ? 0 : largest;
-    }
-    if (width == 0 && height == 0) return std::nullopt;
-    if (width != 0 && height != 0)
-        return Size{Scale(height, frame.rows).of(frame.rows), Scale(width, frame.columns).of(frame.columns)};
-
-    std::int64_t const target = width != 0 ? width : height, side = width != 0 ? frame.columns : frame.rows;
-    bool const goesOn =
-        (side < target || view.option("allowDownscale", true)) && (view.option("allowUpscale", true) || side > target);
-    if (!goesOn) return std::nullopt;
-    Scale const scale(target, side);
-    return Size{scale.of(frame.rows), scale.of(frame.columns)};
+bool fitsInMemory(std::int64_t rows, std::int64_t columns) {
+    return rows == 0 || columns == 0 || std::uint64_t(rows) * std::uint64_t(columns) <= largestCutBytes / sizeof(Vec3b);
 }
 
 } // namespace
@@ -73,22 +27,27 @@ std::optional<engine::Refusal> resizeImage(engine::GuardView const &view) {
     auto const *const frame = view.input<Frame>("input");
     int const algorithm = view.option("algorithm", 1);
     if (frame == nullptr || algorithm < 0 || algorithm > 2) return std::nullopt;
-    Size const from{frame->shape[0], frame->shape[1]};
-    std::optional<Size> const to = sizeAfterResize(view, from);
+    kernels::FrameSize const from{frame->shape[0], frame->shape[1]};
+    kernels::ResizeRequest const request{view.option("width", 0), view.option("height", 0),
+                                         view.option("largestSize", 0), view.option("allowDownscale", true),
+                                         view.option("allowUpscale", true)};
+    std::optional<kernels::FrameSize> const to = kernels::resizedSize(from, request);
     if (!to || *to == from) return std::nullopt;
 
-    constexpr std::int64_t longest = std::numeric_limits<int>::max();
-    bool const empty = to->rows < 1 || to->columns < 1;
-    if (!empty && fitsInMemory(*to) && from.rows <= longest && from.columns <= longest) return std::nullopt;
+    constexpr std::uint32_t longest = std::numeric_limits<int>::max();
+    auto const rows = static_cast<int>(to->rows), columns = static_cast<int>(to->columns);
+    bool const empty = rows < 1 || columns < 1;
+    if (!empty && fitsInMemory(rows, columns) && from.rows <= longest && from.columns <= longest) return std::nullopt;
     std::ostringstream reason;
-    reason << "the frame of " << from.rows << " rows and " << from.columns << " columns would become one of "
-           << to->rows << " rows and " << to->columns << " columns, "
+    reason << "the frame of " << from.rows << " rows and " << from.columns << " columns would become one of " << rows
+           << " rows and " << columns << " columns, "
            << (empty ? "and both have to be at least 1; set height and width both, or to larger numbers"
                      : "which is larger than any frame may be; set height, width or largestSize to smaller numbers");
     return engine::Refusal{"input", reason.str()};
 }
 
 std::optional<engine::Refusal> warpAffine(engine::GuardView const &view) {
+    if (colourFails(view, "borderColour")) return std::nullopt;
     if (auto const *const matrix = view.input<Mat<float, 2>>("transform")) {
         if (matrix->shape[0] < 2 || matrix->shape[1] < 3) {
             std::ostringstream reason;
@@ -99,7 +58,7 @@ std::optional<engine::Refusal> warpAffine(engine::GuardView const &view) {
     }
     auto const size = view.option("size", Vec2i{});
     bool const negative = size[0] < 0 || size[1] < 0;
-    if (!negative && fitsInMemory({size[0], size[1]})) return std::nullopt;
+    if (!negative && fitsInMemory(size[0], size[1])) return std::nullopt;
     std::ostringstream reason;
     reason << "the option size is (" << size[0] << ", " << size[1] << "), "
            << (negative ? "which holds a negative number" : "which is larger than any frame may be")

