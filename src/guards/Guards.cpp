@@ -2,6 +2,7 @@
 
 #include "guards/Binary.h"
 #include "guards/Cropping.h"
+#include "guards/Detection.h"
 #include "guards/Drawing.h"
 #include "guards/Filtering.h"
 #include "guards/Geometry.h"
@@ -28,6 +29,9 @@ engine::NodeFactsTable const &facts() {
         {"BinaryDominatedRowColRemover", {.changesInPlace = {}, .sizedLike = {{"output", "input"}}}},
         {"BinaryLongLineRemover",
          {.changesInPlace = {}, .guard = binaryLongLineRemover, .sizedLike = {{"output", "input"}}}},
+        {"CannyEdgeDetector", {.changesInPlace = {}, .sizedLike = {{"cannyMapImg", "image"}}}},
+        {"FindContours", {.changesInPlace = {}, .guard = findContours}},
+        {"HoughLines", {.changesInPlace = {}, .sizedLike = {{"houghLinesImg", "image"}}}},
         {"ConvertColour",
          {.changesInPlace = {},
           .sizedLike = {{"BGR", "RGB"}, {"Binary", "Binary"}, {"Grey", "Grey"}, {"RGB", "RGB"}, {"YCbCr", "YCbCr"}}}},

@@ -32,13 +32,13 @@ public:
         static constexpr auto outputs =
             zun::rows(zun::output("cannyMapImg", "zun::Mat<unsigned char, 2>", &CannyEdgeDetector::cannyMapImg,
                                   "255 where an edge runs, else 0"));
-        static constexpr auto options =
-            zun::rows(zun::requiredOption("l2GradNorm", "bool", &CannyEdgeDetector::l2GradNorm,
-                                          "true: measure gradients by their length; false: by the sum of their parts"),
-                      zun::requiredOption("maxThresh", "float", &CannyEdgeDetector::maxThresh,
-                                          "gradient from which a pixel is an edge, without its fraction"),
-                      zun::requiredOption("minThresh", "float", &CannyEdgeDetector::minThresh,
-                                          "gradient from which a pixel next to an edge is one, without its fraction"));
+        static constexpr auto options = zun::rows(
+            zun::requiredOption("l2GradNorm", "bool", &CannyEdgeDetector::l2GradNorm,
+                                "true: measure gradients by their length; false: by the sum of their parts"),
+            zun::requiredOption("maxThresh", "float", &CannyEdgeDetector::maxThresh,
+                                "gradient above which a pixel is an edge; its fraction is cut off"),
+            zun::requiredOption("minThresh", "float", &CannyEdgeDetector::minThresh,
+                                "gradient above which a pixel next to an edge is one; its fraction is cut off"));
     };
 
     void process(zun::Tick tick) override {

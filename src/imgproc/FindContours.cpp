@@ -65,7 +65,7 @@ private:
     static Frame withBorder(Frame const &frame) {
         Frame framed({frame.shape[0] + 2, frame.shape[1] + 2}, 0);
         for (std::size_t row = 0; frame.count > 0 && row < frame.shape[0]; row++)
-            std::memcpy(framed.first() + (row + 1) * framed.shape[1] + 1, frame.first() + row * frame.strides[0],
+            std::memcpy(framed.first() + (row + 1) * framed.shape[1] + 1, frame.first() + row * frame.shape[1],
                         frame.shape[1]);
         return framed;
     }

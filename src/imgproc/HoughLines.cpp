@@ -41,12 +41,14 @@ public:
                                   "the segments, drawn at 255, as large as the frame"));
         static constexpr auto options = zun::rows(
             zun::requiredOption("edgeThresh", "int", &HoughLines::edgeThresh, "pixels above it are edges"),
-            zun::requiredOption("lineGapMax", "int", &HoughLines::lineGapMax, "most pixels missing within a segment"),
-            zun::requiredOption("lineLenMin", "int", &HoughLines::lineLenMin, "least length of a segment in pixels"),
+            zun::requiredOption("lineGapMax", "int", &HoughLines::lineGapMax,
+                                "most pixels missing in a row within a segment"),
+            zun::requiredOption("lineLenMin", "int", &HoughLines::lineLenMin,
+                                "least length of a segment in pixels, as columns or rows"),
             zun::requiredOption("quantize", "bool", &HoughLines::quantize,
-                                "true: move segments onto the search grid, and join those on one line"),
+                                "true: leave out segments that lie all along within rho of longer ones"),
             zun::requiredOption("rho", "float", &HoughLines::rho, "distance step of the search in pixels, above 0"),
-            zun::requiredOption("theta", "float", &HoughLines::theta, "angle step in radians, above 0, up to pi"),
+            zun::requiredOption("theta", "float", &HoughLines::theta, "angle step in radians, above 0"),
             zun::requiredOption("threshold", "int", &HoughLines::threshold, "least number of edge pixels on a line"));
     };
 

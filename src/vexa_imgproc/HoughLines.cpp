@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <map>
 #include <sstream>
 #include <utility>
 #include <vector>
@@ -27,75 +28,50 @@ template <class... Parts>
     throw Exception(message.str());
 }
 
-/// The search keeps a count for each step of the distance and the angle. It writes outside of them where the steps are
-/// too coarse, and takes any amount of memory where they are too fine.
-void checkSteps(Shape<2> const &shape, double rho, double theta) {
-    constexpr std::uint32_t longestSide = 32767;
+/// The search keeps a count for each step of the distance and the angle. It writes beside them where the distance steps
+/// are too coarse, and takes any amount of memory where steps are too fine.
+void checkSteps(Shape<2> const &shape, float rho, float theta) {
+    constexpr std::uint32_t longestSide = 32767; // ends are followed in 16 bits and as many for the fraction
     if (shape[0] > longestSide || shape[1] > longestSide)
-        fail("a frame of ", shape[0], " x ", shape[1], " pixels is too large; a side may have ", longestSide);
-    if (!(rho > 0)) fail("rho is ", rho, "; set it above 0");
-    if (!(theta > 0 && theta <= pi)) fail("theta is ", theta, "; set it above 0, up to pi");
-    double const distances = std::round((2.0 * (shape[0] + shape[1]) + 1) / rho), angles = pi / theta + 1;
-    double const reach = std::ceil(std::hypot(shape[0] - 1.0, shape[1] - 1.0) / rho);
-    if (reach > std::floor((distances - 1) / 2)) fail("rho is ", rho, ", too coarse for the frame; set it to less");
+        fail("a frame of ", shape[0], " rows and ", shape[1], " columns is too large; a side may have ", longestSide);
+    if (!(rho > 0 && std::isfinite(rho))) fail("rho is ", rho, "; set it above 0");
+    if (!(theta > 0 && std::isfinite(theta))) fail("theta is ", theta, "; set it above 0");
+    double const distances = std::nearbyint(static_cast<float>((shape[0] + shape[1]) * 2 + 1) / rho);
+    double const below = std::floor((distances - 1) / 2), above = distances - 1 - below; // steps from distance 0
+    auto const steps = [&](double distance) { return std::floor(distance / double(rho) * (1 + 1e-6) + 0.5); };
+    if (steps(shape[1] - 1.0) > below || steps(std::hypot(shape[0] - 1.0, shape[1] - 1.0)) > above)
+        fail("rho is ", rho, ", too coarse for a frame of ", shape[0], " rows and ", shape[1],
+             " columns; set it lower");
     constexpr double mostCounts = 1 << 27;
-    if (distances * angles > mostCounts) fail("rho ", rho, " and theta ", theta, " are too fine; set them to more");
+    if ((distances + 2) * (pi / double(theta) + 1) > mostCounts)
+        fail("rho ", rho, " and theta ", theta, " are too fine for a frame of ", shape[0], " rows and ", shape[1],
+             " columns; set them higher");
 }
 
-/// The lines of the search grid, with what lies on them: intervals along the line, from the foot of the perpendicular.
-class Grid {
-public:
-    Grid(double distanceStep, double angleStep) : rho(distanceStep), theta(angleStep) {}
+void draw(cv::Mat &canvas, cv::Vec4i const &segment, int thickness) {
+    cv::line(canvas, {segment[0], segment[1]}, {segment[2], segment[3]}, cv::Scalar(255), thickness);
+}
 
-    void add(cv::Vec4i const &segment) {
-        double const dx = segment[2] - segment[0], dy = segment[3] - segment[1];
-        double angle = std::atan2(dx, -dy); // of the normal
-        if (angle < 0) angle += pi;
-        if (angle >= pi) angle -= pi;
-        double const turned = std::round(angle / theta) * theta, sine = std::sin(turned), cosine = std::cos(turned);
-        double const middle = ((segment[0] + segment[2]) * cosine + (segment[1] + segment[3]) * sine) / 2;
-        auto const along = [&](int x, int y) { return y * cosine - x * sine; };
-        double const from = along(segment[0], segment[1]), to = along(segment[2], segment[3]);
-        Cell const cell{std::lround(angle / theta), std::lround(middle / rho)};
-        cells[cell].emplace_back(std::min(from, to), std::max(from, to));
+/// What `rho` means for segments, whose ends are whole pixels; twice that is the most that OpenCV draws with.
+int quantumOf(float rho) { return static_cast<int>(std::clamp(std::round(rho), 1.0f, 16383.0f)); }
+
+/// The segments that don't lie, from end to end, within a distance of longer ones; the longest first.
+Segments apart(Segments segments, Shape<2> const &shape, int distance) {
+    auto const length = [](cv::Vec4i const &s) { return std::max(std::abs(s[2] - s[0]), std::abs(s[3] - s[1])); };
+    std::stable_sort(segments.begin(), segments.end(),
+                     [&](cv::Vec4i const &a, cv::Vec4i const &b) { return length(a) > length(b); });
+    Mat<unsigned char, 2> const near(shape, 0);
+    cv::Mat taken = viewOf(near);
+    Segments kept;
+    for (cv::Vec4i const &segment : segments) {
+        cv::LineIterator pixel(taken, {segment[0], segment[1]}, {segment[2], segment[3]});
+        bool known = true;
+        for (int i = 0; known && i < pixel.count; i++, ++pixel) known = **pixel != 0;
+        if (known) continue;
+        draw(taken, segment, 2 * distance + 1);
+        kept.push_back(segment);
     }
-
-    Segments merged(double gap) {
-        Segments segments;
-        for (auto &[cell, intervals] : cells) {
-            std::sort(intervals.begin(), intervals.end());
-            auto current = intervals.front();
-            for (auto const &next : intervals) {
-                if (next.first > current.second + gap) {
-                    segments.push_back(segmentOf(cell, current));
-                    current = next;
-                }
-                current.second = std::max(current.second, next.second);
-            }
-            segments.push_back(segmentOf(cell, current));
-        }
-        return segments;
-    }
-
-private:
-    using Cell = std::pair<long, long>; ///< angle, distance
-    using Interval = std::pair<double, double>;
-
-    cv::Vec4i segmentOf(Cell const &cell, Interval const &interval) const {
-        double const angle = double(cell.first) * theta, distance = double(cell.second) * rho;
-        double const sine = std::sin(angle), cosine = std::cos(angle);
-        auto const x = [&](double t) { return static_cast<int>(std::lround(distance * cosine - t * sine)); };
-        auto const y = [&](double t) { return static_cast<int>(std::lround(distance * sine + t * cosine)); };
-        return {x(interval.first), y(interval.first), x(interval.second), y(interval.second)};
-    }
-
-    double const rho, theta;
-    std::map<Cell, std::vector<Interval>> cells;
-};
-
-/// An end that was moved out of the frame goes back to its edge.
-void keepInside(cv::Vec4i &segment, Shape<2> const &shape) {
-    for (int i = 0; i < 4; i++) segment[i] = std::clamp(segment[i], 0, static_cast<int>(shape[i % 2 == 0 ? 1 : 0]) - 1);
+    return kept;
 }
 
 } // namespace
@@ -106,17 +82,14 @@ void houghLines(Mat<unsigned char, 2> image, float rho, float theta, int thresho
     Mat<unsigned char, 2> drawn(image.shape, 0);
     if (image.count > 0) {
         checkSteps(image.shape, rho, theta);
+        Mat<unsigned char, 2> const edges(image.shape);
+        std::transform(image.first(), image.first() + image.count, edges.first(),
+                       [=](unsigned char pixel) { return static_cast<unsigned char>(pixel > edgeThresh); });
         callOpenCv("houghLines", [&] {
-            cv::Mat const edges = viewOf(image) > edgeThresh;
-            cv::HoughLinesP(edges, segments, rho, theta, std::max(threshold, 1), lineLenMin, lineGapMax);
-            if (quantize) {
-                Grid grid(rho, theta);
-                for (cv::Vec4i const &segment : segments) grid.add(segment);
-                segments = grid.merged(lineGapMax);
-                for (cv::Vec4i &segment : segments) keepInside(segment, image.shape);
-            }
+            cv::HoughLinesP(viewOf(edges), segments, rho, theta, std::max(threshold, 1), lineLenMin, lineGapMax);
+            if (quantize) segments = apart(std::move(segments), image.shape, quantumOf(rho));
             cv::Mat canvas = viewOf(drawn);
-            for (cv::Vec4i const &s : segments) cv::line(canvas, {s[0], s[1]}, {s[2], s[3]}, cv::Scalar(255));
+            for (cv::Vec4i const &segment : segments) draw(canvas, segment, 1);
         });
     }
     lines = Mat<Vec<int, 4>, 1>({static_cast<std::uint32_t>(segments.size())});

@@ -1,8 +1,9 @@
 // How the sources of this room call OpenCV.
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <string>
-#include <utility>
 
 #include <opencv2/core.hpp>
 
@@ -11,10 +12,14 @@
 
 namespace zun {
 
-/// The frame's own pixels.
+/// The frame's own pixels. Throws zun::Exception for a frame that OpenCV, which counts in int, can't take with a border
+/// of one pixel.
 inline cv::Mat viewOf(Mat<unsigned char, 2> const &frame) {
-    return cv::Mat(static_cast<int>(frame.shape[0]), static_cast<int>(frame.shape[1]), CV_8UC1, frame.first(),
-                   frame.strides[0]);
+    std::uint64_t const rows = frame.shape[0], columns = frame.shape[1];
+    if (rows * columns != frame.count || (rows + 2) * (columns + 2) > std::numeric_limits<int>::max())
+        throw Exception("A frame of " + std::to_string(rows) + " rows and " + std::to_string(columns) +
+                        " columns is too large to be searched; cut or shrink it before");
+    return cv::Mat(static_cast<int>(rows), static_cast<int>(columns), CV_8UC1, frame.first());
 }
 
 /// Runs OpenCV functions on the calling thread alone, and turns their failures into ours.
