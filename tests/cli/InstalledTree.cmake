@@ -37,3 +37,10 @@ step(${prefix}/bin/zun run ${prefix}/share/zun/examples/plugin/posterised.yaml -
 expect_file(${SCRATCH}/posterised.png)
 step(${prefix}/bin/graphPipeline ${prefix}/share/zun/examples/first.yaml -D out=${SCRATCH}
      -D photo=${prefix}/share/zun/examples/photos/coffee.png -D points=${prefix}/share/zun/examples/points.jsonl)
+
+# The module finds libraries, plug-in and font from where it lies. Sanitizers would have to be there before Python.
+if(NOT SANITIZE)
+    step(${CMAKE_COMMAND} -E env PYTHONPATH=${prefix}/lib/python3/dist-packages ${PYTHON} -c
+         "import numpy, zun; zun.call('DrawText', dict(frames=numpy.zeros((9, 9, 3), 'u1'), strings=['a'], locations=[(0, 0)]))")
+    expect_file(${prefix}/lib/python3/dist-packages/zun.pyi)
+endif()
