@@ -75,6 +75,35 @@ class Values(unittest.TestCase):
                 self.assertIn(word, str(raised.exception))
 
 
+class Peers(unittest.TestCase):
+    """Nodes beside NumPy, on random frames."""
+
+    def setUp(self):
+        random = np.random.default_rng(1)
+        self.colour = random.integers(0, 256, (37, 52, 3), np.uint8)
+        self.grey = random.integers(0, 256, (37, 52), np.uint8)
+
+    def test_thresholds_and_histograms(self):
+        options = dict(binThresholdCount=3, binThresholdMin=50, binThresholdMax=200, inverted=True, noninverted=True)
+        levels = zun.call("Grey2BinarySequence", {"input": self.grey}, options)["output"]
+        for level, (at_least, below) in zip([50, 125, 200], zip(levels[::2], levels[1::2])):
+            np.testing.assert_array_equal(at_least, self.grey >= level)
+            np.testing.assert_array_equal(below, self.grey < level)
+        darker = np.concatenate([[0], np.bincount(self.grey.ravel(), minlength=256).cumsum()[:-1]])
+        table = np.minimum(darker * 256 // self.grey.size, 255)
+        even = zun.call("NormalizeGreyImage", {"input": self.grey})["output"]
+        np.testing.assert_array_equal(even, table[self.grey])
+
+    def test_channels_cuts_and_whole_ratios(self):
+        frame = self.colour
+        swapped = zun.call("ConvertColour", {"RGB": frame}, outputs=["BGR"])["BGR"]
+        np.testing.assert_array_equal(swapped, frame[:, :, ::-1])
+        cut = zun.call("Crop<Vec3b>", {"image": frame, "box": (-2, 30, 20, 12)})["output"]
+        np.testing.assert_array_equal(cut, np.pad(frame, ((0, 5), (2, 0), (0, 0)), mode="edge")[30:42, :20])
+        doubled = zun.call("ResizeImage", {"input": frame}, {"algorithm": 0, "width": 104, "height": 74})["output"]
+        np.testing.assert_array_equal(doubled, frame.repeat(2, 0).repeat(2, 1))
+
+
 class Memory(unittest.TestCase):
     def test_a_frame_that_is_passed_on_shares_its_memory_and_keeps_it_alive(self):
         frame = rgb(4, 6)
