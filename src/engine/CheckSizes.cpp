@@ -25,7 +25,14 @@ Forecast forecastOf(CheckedNode &node, Report &report) {
     }
 }
 
-/// The size of an output's values: forecast, or the same for all values of its type, or that of an input's.
+/// What a frame of one type takes if one of the other type and the same shape takes `bytes`.
+Bytes sizeInOtherType(std::uint64_t bytes, ValueType const *from, ValueType const *to) {
+    if (from == to) return bytes;
+    if (from == nullptr || to == nullptr || from->elementBytes == 0 || to->elementBytes == 0) return std::nullopt;
+    return bytes / from->elementBytes * to->elementBytes;
+}
+
+/// The size of an output's values: forecast, or the same for all values of its type, or what follows from an input's.
 Bytes sizeOf(CheckedPort const &output, CheckedNode const &node, Forecast const &forecast,
              std::map<std::string, std::uint64_t> const &sizes) {
     if (auto const known = forecast.bytes.find(output.name); known != forecast.bytes.end()) return known->second;
@@ -34,8 +41,9 @@ Bytes sizeOf(CheckedPort const &output, CheckedNode const &node, Forecast const 
     auto const like = node.facts->sizedLike.find(output.name);
     if (like == node.facts->sizedLike.end()) return std::nullopt;
     for (CheckedPort const &input : node.inputs)
-        if (input.name == like->second)
-            if (auto const known = sizes.find(input.binding->stream); known != sizes.end()) return known->second;
+        if (like->second.empty() || input.name == like->second)
+            if (auto const known = sizes.find(input.binding->stream); known != sizes.end())
+                return sizeInOtherType(known->second, valueTypeNamed(input.type), type);
     return std::nullopt;
 }
 

@@ -75,7 +75,7 @@ struct NodeFacts {
     /// Output port -> the option that holds the type expression of its values.
     std::map<std::string, std::string> typeFromOption = {};
 
-    /// Output port -> the input whose values have the same size.
+    /// Output port -> the input whose frames have the same shape, or "" for the only one that is connected.
     std::map<std::string, std::string> sizedLike = {};
 
     /// Asked once, ahead of the run, for a node whose description has no error; none if empty.

@@ -111,6 +111,11 @@ template <class T, int N>
 inline constexpr std::uint64_t objectBytes<Mat<T, N>> = 0;
 
 template <class T>
+inline constexpr std::uint64_t elementBytes = 0;
+template <class T, int N>
+inline constexpr std::uint64_t elementBytes<Mat<T, N>> = sizeof(T);
+
+template <class T>
 T const &held(Variant const &value) {
     return static_cast<VariantType<T> const &>(value).value;
 }
@@ -123,6 +128,7 @@ ValueType describe() {
         .spelling = spelling,
         .variant = &typeid(VariantType<T>),
         .fixedBytes = Contents<T>::fixedSize ? objectBytes<T> : 0,
+        .elementBytes = elementBytes<T>,
         .bytes = [](Variant const &value) { return objectBytes<T> + Contents<T>::bytes(held<T>(value)); },
         .copy = [](Variant const &value) -> std::shared_ptr<Variant> {
             return std::make_shared<VariantType<T>>(Contents<T>::copy(held<T>(value)));

@@ -30,6 +30,7 @@ struct ValueType {
     std::string spelling;          ///< the usual one, for people: "zun::Mat<zun::Vec3b, 2>"
     std::type_info const *variant; ///< of VariantType<T>
     std::uint64_t fixedBytes;      ///< what every value of the type holds; 0 if they differ
+    std::uint64_t elementBytes;    ///< of a frame, what each element takes; 0 for other types
 
     /// What a value holds: of a frame its pixels, of a list its elements and what they hold.
     std::uint64_t (*bytes)(Variant const &value);
