@@ -42,18 +42,4 @@ std::string counted(std::uint64_t count, std::string const &noun) {
     return number + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string yamlScalar(std::string const &text) {
-    bool plain = !text.empty() && text != "null" && text != "~" && text != "-";
-    for (char const c : text)
-        plain = plain &&
-                (std::isalnum(static_cast<unsigned char>(c)) != 0 || std::string("_./+-").find(c) != std::string::npos);
-    if (plain) return text;
-    std::string quoted = "\"";
-    for (char const c : text) {
-        if (c == '"' || c == '\\') quoted += '\\';
-        quoted += c;
-    }
-    return quoted + "\"";
-}
-
 } // namespace zun::cli

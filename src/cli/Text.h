@@ -18,7 +18,4 @@ std::string readableRate(double value);
 /// "1 error", "no errors", "12 errors".
 std::string counted(std::uint64_t count, std::string const &noun);
 
-/// A text as a description can hold it in a flow mapping: in quotes where it would mean something else without.
-std::string yamlScalar(std::string const &text);
-
 } // namespace zun::cli

@@ -89,6 +89,13 @@ constexpr char const *specificationText = R"(What is known of a node type withou
 
 Raises Error for a type that is not known.)";
 
+constexpr char const *describeText =
+    R"(What a node type does, as text: its streams and options, with types, units and defaults.
+
+    print(zun.describe("WarpAffine"))
+
+Raises Error for a type that is not known.)";
+
 py::list nodes() {
     py::list types;
     for (NodeRegistry::Entry const *entry : NodeRegistry::entries()) types.append(textOf(entry->type));
@@ -118,6 +125,7 @@ PYBIND11_MODULE(zun, module) {
     addErrors(module);
     module.def("nodes", nodes, "The type strings of all node types, in the order of their registration.");
     module.def("specification", specification, py::arg("type"), specificationText);
+    module.def("describe", describeType, py::arg("type"), describeText);
     module.def("call", call, py::arg("type"), py::arg("inputs"), py::arg("options") = py::dict(),
                py::arg("outputs") = py::none(), py::kw_only(), py::arg("trust") = false, callText);
     py::class_<Node>(module, "Node", nodeText)

@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "engine/NodeText.h"
 #include "engine/PortTypes.h"
 #include "guards/Guards.h"
 #include "python/Options.h"
@@ -128,6 +129,12 @@ void Node::flush() {
 
 namespace {
 
+NodeRegistry::Entry const &entryOf(std::string const &type) {
+    NodeRegistry::Entry const *const entry = find(type);
+    if (entry == nullptr) throwAs(errorClass, engine::unknownType(type));
+    return *entry;
+}
+
 py::dict describeMeta(CommonMeta const &meta) {
     py::dict about;
     about["name"] = textOf(meta.name);
@@ -146,10 +153,10 @@ py::dict describePort(XPut const &port) {
 
 } // namespace
 
+py::str describeType(std::string const &type) { return textOf(engine::nodeText(entryOf(type))); }
+
 py::dict specification(std::string const &type) {
-    NodeRegistry::Entry const *const entry = find(type);
-    if (entry == nullptr) throwAs(errorClass, engine::unknownType(type));
-    NodeSpecification const &record = entry->specification;
+    NodeSpecification const &record = entryOf(type).specification;
     py::dict inputs, outputs, options;
     for (auto const &[name, input] : record.inputs) inputs[py::str(name)] = describePort(input);
     for (auto const &[name, output] : record.outputs) {

@@ -38,6 +38,9 @@ private:
     std::unique_ptr<engine::SingleNode> node;
 };
 
+/// What is known of a type, as text. Throws zun.Error for one that is not known.
+pybind11::str describeType(std::string const &type);
+
 /// The specification of a type. Throws zun.Error for one that is not known.
 pybind11::dict specification(std::string const &type);
 
