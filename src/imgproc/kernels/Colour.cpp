@@ -31,16 +31,16 @@ void forEachPixel(From const *__restrict in, To *__restrict out, std::uint32_t c
 
 } // namespace
 
-void reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count) {
+void plain::reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count) {
     forEachPixel(in, out, count, [](Vec3b const &pixel) { return Vec3b{pixel[2], pixel[1], pixel[0]}; });
 }
 
-void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<int, 3> chosen) {
+void plain::pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<int, 3> chosen) {
     auto const [a, b, c] = chosen;
     forEachPixel(in, out, count, [a, b, c](Vec4b const &pixel) { return Vec3b{pixel[a], pixel[b], pixel[c]}; });
 }
 
-void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
+void plain::multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return product(pixel, weights); });
 }
 
@@ -48,7 +48,7 @@ void multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weigh
     forEachPixel(in, out, count, [weights](Vec4b const &pixel) { return product(pixel, weights); });
 }
 
-void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
+void plain::multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
     forEachPixel(in, out, count, [weights](Vec3f const &pixel) { return clamped(product(pixel, weights)); });
 }
 
@@ -57,7 +57,7 @@ void multiplyTwiceToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weig
                  [first, second](Vec3f const &pixel) { return clamped(product(product(pixel, first), second)); });
 }
 
-void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+void plain::weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
@@ -69,7 +69,7 @@ void weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::
     forEachPixel(in, out, count, [weights](Vec3f const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
+void plain::spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
     forEachPixel(in, out, count, [](unsigned char cell) { return Vec3b{cell, cell, cell}; });
 }
 

@@ -44,4 +44,13 @@ void spreadFirst(unsigned char const *in, Vec3f *out, std::uint32_t count);
 /// 0 stays 0, 1 becomes 255, any other cell v 256 - v.
 void negate(unsigned char const *in, unsigned char *out, std::uint32_t count);
 
+namespace plain {
+void reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count);
+void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<int, 3> chosen);
+void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights);
+void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights);
+void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights);
+void spread(unsigned char const *in, Vec3b *out, std::uint32_t count);
+} // namespace plain
+
 } // namespace zun::kernels

@@ -1,0 +1,49 @@
+// How the benchmarks take their times.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "imgproc/kernels/FrameSize.h"
+
+namespace zun::bench {
+
+inline double millisecondsOf(std::function<void()> const &action) {
+    auto const start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+inline double median(std::vector<double> values) {
+    auto const middle = values.begin() + std::ptrdiff_t(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+/// Runs the actions in turns for so many seconds and at least a few rounds; gives the median of each in milliseconds.
+inline std::vector<double> takeTurns(std::vector<std::function<void()>> const &actions, double seconds) {
+    constexpr std::size_t fewest = 7;
+    std::vector<std::vector<double>> times(actions.size());
+    auto const begun = std::chrono::steady_clock::now();
+    auto const spent = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count(); };
+    for (std::size_t round = 0; round < fewest || spent() < seconds; round++)
+        for (std::size_t i = 0; i < actions.size(); i++) times[i].push_back(millisecondsOf(actions[i]));
+    std::vector<double> medians;
+    for (std::vector<double> const &all : times) medians.push_back(median(all));
+    return medians;
+}
+
+/// From "1920x1080".
+inline std::optional<kernels::FrameSize> parseSize(std::string const &text) {
+    unsigned columns = 0, rows = 0;
+    if (std::sscanf(text.c_str(), "%5ux%5u", &columns, &rows) != 2 || columns < 1 || rows < 1) return std::nullopt;
+    return kernels::FrameSize{rows, columns};
+}
+
+} // namespace zun::bench

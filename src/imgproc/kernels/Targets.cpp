@@ -1,0 +1,46 @@
+#include "imgproc/kernels/Targets.h"
+
+#include <cstdint>
+#include <stdexcept>
+
+#include <hwy/highway.h>
+
+namespace zun::kernels {
+namespace {
+
+/// Fast forms call the plain ones on the target that has no vectors.
+std::string nameOf(std::int64_t target) {
+    bool const withoutVectors = target == HWY_SCALAR || target == HWY_EMU128;
+    return withoutVectors ? std::string(plainTarget) : hwy::TargetName(target);
+}
+
+std::vector<std::int64_t> bits() {
+    hwy::SetSupportedTargetsForTest(0);
+    return hwy::SupportedAndGeneratedTargets();
+}
+
+void choose(std::int64_t targetOrAll) {
+    hwy::SetSupportedTargetsForTest(targetOrAll);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+} // namespace
+
+std::vector<std::string> targets() {
+    std::vector<std::string> names;
+    for (std::int64_t const target : bits()) names.push_back(nameOf(target));
+    return names;
+}
+
+void useTarget(std::string_view name) {
+    std::string known;
+    for (std::int64_t const target : bits()) {
+        if (nameOf(target) == name) return choose(target);
+        known += (known.empty() ? "" : ", ") + nameOf(target);
+    }
+    throw std::invalid_argument("\"" + std::string(name) + "\" is no target of this machine, which has " + known);
+}
+
+void useBestTarget() { choose(0); }
+
+} // namespace zun::kernels
