@@ -121,7 +121,7 @@ private:
         }
     }
 };
-constexpr unsigned fillVariants = 5;
+constexpr unsigned fillVariants = 6;
 
 /// Every width past three of the widest vectors, and some frames of many rows.
 std::vector<FrameSize> sizes() {

@@ -19,4 +19,10 @@ void matchElement(unsigned char const *in, std::uint32_t inPitch, unsigned char 
                   std::uint32_t columns, Element const &element, unsigned char value, unsigned char hit,
                   unsigned char miss);
 
+namespace plain {
+void matchElement(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
+                  std::uint32_t columns, Element const &element, unsigned char value, unsigned char hit,
+                  unsigned char miss);
+} // namespace plain
+
 } // namespace zun::kernels

@@ -31,6 +31,16 @@ using VWords = hn::Vec<Words>;
 using VInts = hn::Vec<Ints>;
 using VFloats = hn::Vec<Floats>;
 
+/// Visits the place of every vector of bytes in a row that has at least one; the last overlaps the one before where it
+/// has to, so that a visit must give the same when it is paid twice.
+template <class Visit>
+HWY_INLINE void forEachVector(std::size_t columns, Visit visit) {
+    std::size_t const lanes = hn::Lanes(Bytes());
+    std::size_t x = 0;
+    for (; x + lanes <= columns; x += lanes) visit(x);
+    if (x < columns) visit(columns - lanes);
+}
+
 /// Truncated toward zero; what no int holds, NaN with it, gives the smallest int. Highway's own conversion gives the
 /// largest for some.
 HWY_INLINE VInts truncate(VFloats values) {
