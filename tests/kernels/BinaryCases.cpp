@@ -1,4 +1,7 @@
+#include <cstdlib>
+
 #include "KernelCase.h"
+#include "imgproc/kernels/LongRuns.h"
 #include "imgproc/kernels/Morphology.h"
 
 namespace zun::kernels {
@@ -14,13 +17,34 @@ KernelCase morphology(std::string name, Element const &element, bool inverted) {
             }};
 }
 
+KernelCase longRuns(std::string name, bool alongRows, RunRule const &rule) {
+    return {"overwriteLong" + name, Content::binary, frameBytes<1>, frameBytes<1>,
+            [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
+                if (alongRows)
+                    formOf(form, plain::overwriteLongRowRuns, overwriteLongRowRuns)(in, out, size.rows, size.columns,
+                                                                                    rule);
+                else
+                    formOf(form, plain::overwriteLongColumnRuns,
+                           overwriteLongColumnRuns)(in, size.columns, out, size.rows, size.columns, rule);
+            }};
+}
+
 } // namespace
 
 std::vector<KernelCase> binaryCases() {
-    return {morphology("3x3", {3, 3, 1, 1}, false),           morphology("5x5", {5, 5, 2, 2}, false),
-            morphology("15x15", {15, 15, 7, 7}, true),        morphology("3x15", {3, 15, 1, 7}, false),
-            morphology("1x1", {1, 1, 0, 0}, false),           morphology("7x2 from a corner", {7, 2, 6, 0}, false),
-            morphology("14x1000", {14, 1000, 3, 999}, false), morphology("1000x4", {1000, 4, 0, 3}, true)};
+    std::vector<KernelCase> all;
+    for (int const length : {-3, 1, 2, 5, 17, 100})
+        for (bool const alongRows : {true, false})
+            all.push_back(longRuns((alongRows ? "RowRuns " : "ColumnRuns ") + std::string(length < 0 ? "below " : "") +
+                                       std::to_string(std::abs(length)),
+                                   alongRows, {1, 0, length}));
+    for (KernelCase const &one :
+         {morphology("3x3", {3, 3, 1, 1}, false), morphology("5x5", {5, 5, 2, 2}, false),
+          morphology("15x15", {15, 15, 7, 7}, true), morphology("3x15", {3, 15, 1, 7}, false),
+          morphology("1x1", {1, 1, 0, 0}, false), morphology("7x2 from a corner", {7, 2, 6, 0}, false),
+          morphology("14x1000", {14, 1000, 3, 999}, false), morphology("1000x4", {1000, 4, 0, 3}, true)})
+        all.push_back(one);
+    return all;
 }
 
 } // namespace zun::kernels

@@ -44,8 +44,8 @@ void overwriteAbove(unsigned char *below, std::uint32_t pitch, std::uint32_t len
 
 } // namespace
 
-void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
-                          RunRule const &rule) {
+void plain::overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
+                                 RunRule const &rule) {
     if (columns == 0) return;
     for (std::uint32_t row = 0; row < rows; row++, in += columns, out += columns) {
         if (rule.leastLength < 1) {
@@ -57,8 +57,8 @@ void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint
     }
 }
 
-void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
-                             std::uint32_t columns, RunRule const &rule) {
+void plain::overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out,
+                                    std::uint32_t rows, std::uint32_t columns, RunRule const &rule) {
     if (rows == 0 || columns == 0) return;
     if (rule.leastLength < 1) {
         for (; rows > 1; rows--, in += inPitch, out += columns) overwriteAllBut(in, in + inPitch, out, columns, rule);

@@ -22,4 +22,11 @@ void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint
 void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
                              std::uint32_t columns, RunRule const &rule);
 
+namespace plain {
+void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
+                          RunRule const &rule);
+void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
+                             std::uint32_t columns, RunRule const &rule);
+} // namespace plain
+
 } // namespace zun::kernels
