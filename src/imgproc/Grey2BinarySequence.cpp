@@ -62,13 +62,15 @@ public:
         if (length < 0) throw std::length_error("vector<T> too long");
         Frames binary;
         binary.reserve(static_cast<std::size_t>(length));
-        auto const add = [&](auto binarise, int level) {
-            Frame const &frame = binary.emplace_back(grey.shape);
-            binarise(grey.first(), frame.first(), grey.count, level);
-        };
+        auto const add = [&] { return binary.emplace_back(grey.shape).first(); };
         for (int i = 0; length != 0 && i < binThresholdCount; i++) {
-            if (noninverted) add(zun::kernels::setAtLeast, threshold(i));
-            if (inverted) add(zun::kernels::setBelow, threshold(i));
+            unsigned char *const atLeast = noninverted ? add() : nullptr, *const below = inverted ? add() : nullptr;
+            if (noninverted && inverted)
+                zun::kernels::splitAt(grey.first(), atLeast, below, grey.count, threshold(i));
+            else if (noninverted)
+                zun::kernels::setAtLeast(grey.first(), atLeast, grey.count, threshold(i));
+            else
+                zun::kernels::setBelow(grey.first(), below, grey.count, threshold(i));
         }
         writeStream(tick, output, binary);
     }

@@ -27,4 +27,19 @@ void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, 
     binarise(in, out, count, threshold, 0);
 }
 
+void splitAt(unsigned char const *__restrict in, unsigned char *__restrict atLeast, unsigned char *__restrict below,
+             std::uint32_t count, int threshold) {
+    if (threshold > 255) {
+        std::fill_n(atLeast, count, static_cast<unsigned char>(0));
+        std::fill_n(below, count, static_cast<unsigned char>(1));
+        return;
+    }
+    auto const least = static_cast<unsigned char>(std::max(threshold, 0));
+    for (std::uint32_t i = 0; i < count; i++) {
+        auto const reached = static_cast<unsigned char>(in[i] >= least);
+        atLeast[i] = reached;
+        below[i] = reached ^ 1;
+    }
+}
+
 } // namespace zun::kernels

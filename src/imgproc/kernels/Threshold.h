@@ -11,4 +11,7 @@ void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count
 /// out[i] = 1 where in[i] is below the threshold, else 0: the complement.
 void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
 
+/// Both at once, which reads the frame only once.
+void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count, int threshold);
+
 } // namespace zun::kernels
