@@ -74,6 +74,15 @@ Segments apart(Segments segments, Shape<2> const &shape, int distance) {
     return kept;
 }
 
+/// The search takes what is not 0 for edges.
+Mat<unsigned char, 2> edgesOf(Mat<unsigned char, 2> const &image, int edgeThresh) {
+    if (edgeThresh == 0) return image;
+    Mat<unsigned char, 2> const edges(image.shape);
+    std::transform(image.first(), image.first() + image.count, edges.first(),
+                   [=](unsigned char pixel) { return static_cast<unsigned char>(pixel > edgeThresh); });
+    return edges;
+}
+
 } // namespace
 
 void houghLines(Mat<unsigned char, 2> image, float rho, float theta, int threshold, int edgeThresh, int lineLenMin,
@@ -82,9 +91,7 @@ void houghLines(Mat<unsigned char, 2> image, float rho, float theta, int thresho
     Mat<unsigned char, 2> drawn(image.shape, 0);
     if (image.count > 0) {
         checkSteps(image.shape, rho, theta);
-        Mat<unsigned char, 2> const edges(image.shape);
-        std::transform(image.first(), image.first() + image.count, edges.first(),
-                       [=](unsigned char pixel) { return static_cast<unsigned char>(pixel > edgeThresh); });
+        Mat<unsigned char, 2> const edges = edgesOf(image, edgeThresh);
         callOpenCv("houghLines", [&] {
             cv::HoughLinesP(viewOf(edges), segments, rho, theta, std::max(threshold, 1), lineLenMin, lineGapMax);
             if (quantize) segments = apart(std::move(segments), image.shape, quantumOf(rho));
