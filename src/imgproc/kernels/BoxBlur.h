@@ -16,7 +16,12 @@ struct BoxSize {
 /// the line with that, and the bytes with it.
 ///
 /// `out` has the same shape and must not overlap `in`; both are dense, with 1 or 3 `channels` to a pixel. The cost for
-/// each pixel doesn't depend on the box, and scratch is some box.height rows, at most the frame.
+/// each pixel doesn't depend on the box, and scratch is some box.height rows, at most the frame, and a few blocks of 64
+/// rows.
 void boxBlur(unsigned char const *in, unsigned char *out, FrameSize size, int channels, BoxSize box);
+
+namespace plain {
+void boxBlur(unsigned char const *in, unsigned char *out, FrameSize size, int channels, BoxSize box);
+} // namespace plain
 
 } // namespace zun::kernels
