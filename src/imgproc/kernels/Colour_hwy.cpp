@@ -23,13 +23,12 @@ std::uint8_t *bytesOf(Pixel *pixels) {
 }
 
 void reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count) {
-    // A block holds five pixels. Its last byte is written over by the next one.
-    alignas(16) static constexpr std::uint8_t order[16] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
-    auto const reversed = hn::Load(Block(), order);
+    alignas(16) static constexpr std::uint8_t order[16] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 12, 13, 14, 15};
+    VBytes const reversed = hn::LoadDup128(Bytes(), order);
+    RgbLanes const rgb;
     std::uint32_t done = 0;
-    for (; count - done >= 6; done += 5)
-        hn::StoreU(hn::TableLookupBytes(hn::LoadU(Block(), bytesOf(in + done)), reversed), Block(),
-                   bytesOf(out + done));
+    for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes()))
+        rgb.storeBlocks(hn::TableLookupBytes(rgb.loadBlocks(bytesOf(in + done)), reversed), bytesOf(out + done));
     plain::reverseChannels(in + done, out + done, count - done);
 }
 
@@ -37,10 +36,11 @@ void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<i
     alignas(16) std::uint8_t order[16] = {};
     for (std::uint32_t i = 0; i < 12; i++)
         order[i] = static_cast<std::uint8_t>(i / 3 * 4 + static_cast<std::uint32_t>(chosen.data()[i % 3]));
-    auto const picked = hn::Load(Block(), order);
+    VBytes const picked = hn::LoadDup128(Bytes(), order);
+    RgbLanes const rgb;
     std::uint32_t done = 0;
-    for (; count - done >= 6; done += 4)
-        hn::StoreU(hn::TableLookupBytes(hn::LoadU(Block(), bytesOf(in + done)), picked), Block(), bytesOf(out + done));
+    for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes()))
+        rgb.storeBlocks(hn::TableLookupBytes(hn::LoadU(Bytes(), bytesOf(in + done)), picked), bytesOf(out + done));
     plain::pickChannels(in + done, out + done, count - done, chosen);
 }
 
@@ -93,17 +93,18 @@ void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weigh
 void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
     RgbLanes const rgb;
     Row const rows[3] = {Row(weights.data()[0].data()), Row(weights.data()[1].data()), Row(weights.data()[2].data())};
-    // NaN is below nothing, and max(0, NaN) is 0 then; so the order of the operands counts.
+    // Of a NaN and a number, the second operand is the greater one.
     auto const held = [](VFloats sum) HWY_ATTR {
-        VFloats const zero = hn::Zero(Floats());
-        return truncate(hn::Min(hn::IfThenElse(hn::Lt(zero, sum), sum, zero), hn::Set(Floats(), 255.0f)));
+        return truncate(hn::Min(hn::Max(sum, hn::Zero(Floats())), hn::Set(Floats(), 255.0f)));
     };
     std::uint32_t done = 0;
     for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes())) {
         VFloats x, y, z;
+        prefetchAhead<3 * sizeof(VFloats)>(in + done);
         hn::LoadInterleaved3(Floats(), reinterpret_cast<float const *>(in + done), x, y, z);
-        rgb.store(held(rows[0].dot(x, y, z)), held(rows[1].dot(x, y, z)), held(rows[2].dot(x, y, z)),
-                  bytesOf(out + done));
+        VInts const upper =
+            hn::Or(hn::ShiftLeft<8>(held(rows[1].dot(x, y, z))), hn::ShiftLeft<16>(held(rows[2].dot(x, y, z))));
+        rgb.store(hn::Or(held(rows[0].dot(x, y, z)), upper), bytesOf(out + done));
     }
     plain::multiplyToBytes(in + done, out + done, count - done, weights);
 }

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 /// Whether the target has vectors; on one that hasn't, x is plain::x.
@@ -39,6 +40,13 @@ HWY_INLINE void forEachVector(std::size_t columns, Visit visit) {
     std::size_t x = 0;
     for (; x + lanes <= columns; x += lanes) visit(x);
     if (x < columns) visit(columns - lanes);
+}
+
+/// Asks for the next `bytes` of a stream that lie a page ahead, which the machine's own prefetcher does not go beyond.
+template <std::size_t bytes>
+HWY_INLINE void prefetchAhead(void const *stream) {
+    constexpr std::size_t page = 4096, line = 64;
+    for (std::size_t i = 0; i < bytes; i += line) hwy::Prefetch(static_cast<std::uint8_t const *>(stream) + page + i);
 }
 
 /// Truncated toward zero; what no int holds, NaN with it, gives the smallest int. Highway's own conversion gives the
@@ -84,8 +92,7 @@ public:
 
     /// A block of 16 bytes for every four pixels, which lie in its first 12.
     HWY_INLINE VBytes loadBlocks(std::uint8_t const *pixels) const {
-        VWords const words = hn::BitCast(Words(), hn::LoadU(Bytes(), pixels));
-        return hn::BitCast(Bytes(), hn::TableLookupLanes(words, toBlocks));
+        return hn::BitCast(Bytes(), moved(hn::BitCast(Words(), hn::LoadU(Bytes(), pixels)), toBlocks));
     }
 
     /// One channel of loadBlocks()' result, each byte in a lane of its own.
@@ -102,9 +109,12 @@ public:
     HWY_INLINE void store(VInts pixels, std::uint8_t *out) const {
         alignas(16) static constexpr std::uint8_t order[16] = {0,  1,  2,  4,  5,    6,    8,    9,
                                                                10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-        VBytes const blocks = hn::TableLookupBytesOr0(hn::BitCast(Bytes(), pixels), hn::LoadDup128(Bytes(), order));
-        VWords const words = hn::TableLookupLanes(hn::BitCast(Words(), blocks), fromBlocks);
-        hn::StoreU(hn::BitCast(Bytes(), words), Bytes(), out);
+        storeBlocks(hn::TableLookupBytesOr0(hn::BitCast(Bytes(), pixels), hn::LoadDup128(Bytes(), order)), out);
+    }
+
+    /// Stores the first 12 bytes of each block.
+    HWY_INLINE void storeBlocks(VBytes blocks, std::uint8_t *out) const {
+        hn::StoreU(hn::BitCast(Bytes(), moved(hn::BitCast(Words(), blocks), fromBlocks)), Bytes(), out);
     }
 
     /// Likewise from a vector for each channel, of which the low bytes count.
@@ -115,7 +125,14 @@ public:
     }
 
 private:
-    decltype(hn::SetTableIndices(Words(), static_cast<std::uint32_t const *>(nullptr))) toBlocks, fromBlocks;
+    using Places = decltype(hn::SetTableIndices(Words(), static_cast<std::uint32_t const *>(nullptr)));
+
+    static HWY_INLINE VWords moved(VWords words, Places places) {
+        if constexpr (hn::MaxLanes(Words()) == 4) return words; // a vector is a block
+        return hn::TableLookupLanes(words, places);
+    }
+
+    Places toBlocks, fromBlocks;
 };
 
 /// The low byte of each lane, one after the other.
