@@ -44,7 +44,7 @@ void plain::multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return product(pixel, weights); });
 }
 
-void multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+void plain::multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
     forEachPixel(in, out, count, [weights](Vec4b const &pixel) { return product(pixel, weights); });
 }
 
@@ -61,11 +61,11 @@ void plain::weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+void plain::weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
     forEachPixel(in, out, count, [weights](Vec4b const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+void plain::weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
     forEachPixel(in, out, count, [weights](Vec3f const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 

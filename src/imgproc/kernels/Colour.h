@@ -48,8 +48,11 @@ namespace plain {
 void reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count);
 void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<int, 3> chosen);
 void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights);
+void multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights);
 void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights);
 void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights);
+void weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights);
+void weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights);
 void spread(unsigned char const *in, Vec3b *out, std::uint32_t count);
 } // namespace plain
 

@@ -44,67 +44,116 @@ void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<i
     plain::pickChannels(in + done, out + done, count - done, chosen);
 }
 
+// The channels of a vector's worth of pixels, as floats.
+
+HWY_INLINE void loadChannels(RgbLanes const &rgb, Vec3b const *pixels, VFloats (&channels)[3]) {
+    VBytes const blocks = rgb.loadBlocks(bytesOf(pixels));
+    channels[0] = hn::ConvertTo(Floats(), RgbLanes::channelOf<0>(blocks));
+    channels[1] = hn::ConvertTo(Floats(), RgbLanes::channelOf<1>(blocks));
+    channels[2] = hn::ConvertTo(Floats(), RgbLanes::channelOf<2>(blocks));
+}
+
+template <int channel>
+HWY_INLINE VFloats channelOf(VWords pixels) {
+    VWords const bytes = hn::And(hn::ShiftRight<8 * channel>(pixels), hn::Set(Words(), 0xFF));
+    return hn::ConvertTo(Floats(), hn::BitCast(Ints(), bytes));
+}
+
+HWY_INLINE void loadChannels(RgbLanes const &, Vec4b const *pixels, VFloats (&channels)[4]) {
+    VWords const words = hn::BitCast(Words(), hn::LoadU(Bytes(), bytesOf(pixels)));
+    channels[0] = channelOf<0>(words);
+    channels[1] = channelOf<1>(words);
+    channels[2] = channelOf<2>(words);
+    channels[3] = channelOf<3>(words);
+}
+
+HWY_INLINE void loadChannels(RgbLanes const &, Vec3f const *pixels, VFloats (&channels)[3]) {
+    prefetchAhead<sizeof channels>(pixels);
+    hn::LoadInterleaved3(Floats(), reinterpret_cast<float const *>(pixels), channels[0], channels[1], channels[2]);
+}
+
 /// A weighted sum in the plain form's order.
+template <int N>
 struct Row {
-    VFloats a, b, c;
+    VFloats weights[N];
 
-    explicit HWY_INLINE Row(float const *weights)
-        : a(hn::Set(Floats(), weights[0])), b(hn::Set(Floats(), weights[1])), c(hn::Set(Floats(), weights[2])) {}
+    explicit HWY_INLINE Row(float const *from) {
+        for (int k = 0; k < N; k++) weights[k] = hn::Set(Floats(), from[k]);
+    }
 
-    HWY_INLINE VFloats dot(VFloats x, VFloats y, VFloats z) const {
-        return hn::Add(hn::Add(hn::Mul(a, x), hn::Mul(b, y)), hn::Mul(c, z));
+    HWY_INLINE VFloats dot(VFloats const (&channels)[N]) const {
+        VFloats sum = hn::Mul(weights[0], channels[0]);
+        for (int k = 1; k < N; k++) sum = hn::Add(sum, hn::Mul(weights[k], channels[k]));
+        return sum;
     }
 };
 
-struct Channels {
-    VFloats x, y, z;
+template <int N>
+struct Rows {
+    Row<N> first, second, third;
 
-    HWY_INLINE Channels(RgbLanes const &rgb, Vec3b const *pixels) {
-        VBytes const blocks = rgb.loadBlocks(bytesOf(pixels));
-        x = hn::ConvertTo(Floats(), RgbLanes::channelOf<0>(blocks));
-        y = hn::ConvertTo(Floats(), RgbLanes::channelOf<1>(blocks));
-        z = hn::ConvertTo(Floats(), RgbLanes::channelOf<2>(blocks));
-    }
+    explicit HWY_INLINE Rows(Weights<N> const &weights)
+        : first(weights.data()[0].data()), second(weights.data()[1].data()), third(weights.data()[2].data()) {}
 };
 
-void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+template <int N, class Pixel>
+HWY_INLINE void sumChannels(Pixel const *in, unsigned char *out, std::uint32_t count,
+                            std::array<float, N> const &weights) {
     RgbLanes const rgb;
-    Row const row(weights.data());
+    Row<N> const row(weights.data());
+    VFloats channels[N];
     std::uint32_t done = 0;
     for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes())) {
-        Channels const p(rgb, in + done);
-        storeLowBytes(truncate(row.dot(p.x, p.y, p.z)), out + done);
+        loadChannels(rgb, in + done, channels);
+        storeLowBytes(truncate(row.dot(channels)), out + done);
     }
     plain::weightedSum(in + done, out + done, count - done, weights);
 }
 
-void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
+template <int N, class Pixel>
+HWY_INLINE void multiplyChannels(Pixel const *in, Vec3f *out, std::uint32_t count, Weights<N> const &weights) {
     RgbLanes const rgb;
-    Row const rows[3] = {Row(weights.data()[0].data()), Row(weights.data()[1].data()), Row(weights.data()[2].data())};
+    Rows<N> const rows(weights);
+    VFloats channels[N];
     std::uint32_t done = 0;
     for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes())) {
-        Channels const p(rgb, in + done);
-        hn::StoreInterleaved3(rows[0].dot(p.x, p.y, p.z), rows[1].dot(p.x, p.y, p.z), rows[2].dot(p.x, p.y, p.z),
-                              Floats(), reinterpret_cast<float *>(out + done));
+        loadChannels(rgb, in + done, channels);
+        hn::StoreInterleaved3(rows.first.dot(channels), rows.second.dot(channels), rows.third.dot(channels), Floats(),
+                              reinterpret_cast<float *>(out + done));
     }
     plain::multiply(in + done, out + done, count - done, weights);
 }
 
+void weightedSumOf3(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    sumChannels<3>(in, out, count, weights);
+}
+void weightedSumOf4(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+    sumChannels<4>(in, out, count, weights);
+}
+void weightedSumOfFloats(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    sumChannels<3>(in, out, count, weights);
+}
+void multiply3(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
+    multiplyChannels<3>(in, out, count, weights);
+}
+void multiply4(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+    multiplyChannels<4>(in, out, count, weights);
+}
+
 void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
     RgbLanes const rgb;
-    Row const rows[3] = {Row(weights.data()[0].data()), Row(weights.data()[1].data()), Row(weights.data()[2].data())};
+    Rows<3> const rows(weights);
     // Of a NaN and a number, the second operand is the greater one.
     auto const held = [](VFloats sum) HWY_ATTR {
         return truncate(hn::Min(hn::Max(sum, hn::Zero(Floats())), hn::Set(Floats(), 255.0f)));
     };
+    VFloats channels[3];
     std::uint32_t done = 0;
     for (; RgbLanes::fit(count - done); done += static_cast<std::uint32_t>(RgbLanes::lanes())) {
-        VFloats x, y, z;
-        prefetchAhead<3 * sizeof(VFloats)>(in + done);
-        hn::LoadInterleaved3(Floats(), reinterpret_cast<float const *>(in + done), x, y, z);
-        VInts const upper =
-            hn::Or(hn::ShiftLeft<8>(held(rows[1].dot(x, y, z))), hn::ShiftLeft<16>(held(rows[2].dot(x, y, z))));
-        rgb.store(hn::Or(held(rows[0].dot(x, y, z)), upper), bytesOf(out + done));
+        loadChannels(rgb, in + done, channels);
+        VInts const upper = hn::Or(hn::ShiftLeft<8>(held(rows.second.dot(channels))),
+                                   hn::ShiftLeft<16>(held(rows.third.dot(channels))));
+        rgb.store(hn::Or(held(rows.first.dot(channels)), upper), bytesOf(out + done));
     }
     plain::multiplyToBytes(in + done, out + done, count - done, weights);
 }
@@ -131,11 +180,20 @@ void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
 #else
 
 using plain::multiplyToBytes, plain::pickChannels, plain::reverseChannels, plain::spread;
-void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
+void weightedSumOf3(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    plain::weightedSum(in, out, count, weights);
+}
+void weightedSumOf4(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+    plain::weightedSum(in, out, count, weights);
+}
+void weightedSumOfFloats(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    plain::weightedSum(in, out, count, weights);
+}
+void multiply3(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
     plain::multiply(in, out, count, weights);
 }
-void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    plain::weightedSum(in, out, count, weights);
+void multiply4(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+    plain::multiply(in, out, count, weights);
 }
 
 #endif
@@ -156,9 +214,14 @@ void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<i
     HWY_DYNAMIC_DISPATCH(pickChannels)(in, out, count, chosen);
 }
 
-HWY_EXPORT(multiply);
+HWY_EXPORT(multiply3);
 void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
-    HWY_DYNAMIC_DISPATCH(multiply)(in, out, count, weights);
+    HWY_DYNAMIC_DISPATCH(multiply3)(in, out, count, weights);
+}
+
+HWY_EXPORT(multiply4);
+void multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+    HWY_DYNAMIC_DISPATCH(multiply4)(in, out, count, weights);
 }
 
 HWY_EXPORT(multiplyToBytes);
@@ -166,9 +229,19 @@ void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3
     HWY_DYNAMIC_DISPATCH(multiplyToBytes)(in, out, count, weights);
 }
 
-HWY_EXPORT(weightedSum);
+HWY_EXPORT(weightedSumOf3);
 void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    HWY_DYNAMIC_DISPATCH(weightedSum)(in, out, count, weights);
+    HWY_DYNAMIC_DISPATCH(weightedSumOf3)(in, out, count, weights);
+}
+
+HWY_EXPORT(weightedSumOf4);
+void weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+    HWY_DYNAMIC_DISPATCH(weightedSumOf4)(in, out, count, weights);
+}
+
+HWY_EXPORT(weightedSumOfFloats);
+void weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    HWY_DYNAMIC_DISPATCH(weightedSumOfFloats)(in, out, count, weights);
 }
 
 HWY_EXPORT(spread);
