@@ -29,16 +29,15 @@ public:
     };
 
     void process(zun::Tick tick) override {
-        Frame const frame = readStream(tick, input).clone();
+        Frame const frame = readStream(tick, input);
         auto const rows = static_cast<int>(frame.shape[0]), columns = static_cast<int>(frame.shape[1]);
-        zun::Mat<unsigned char, 2> const mask(frame.shape, 0);
-        zun::kernels::fillEllipse(mask.first(), rows, columns, 1,
+        Frame const inside(frame.shape);
+        zun::kernels::copyEllipse(frame.first(), inside.first(), {frame.shape[0], frame.shape[1]},
                                   {.centreRow = rows / 2,
                                    .centreColumn = columns / 2,
                                    .horizontalDiameter = columns,
                                    .verticalDiameter = rows});
-        zun::kernels::blackenUnset(mask.first(), frame.first(), frame.count);
-        writeStream(tick, output, frame);
+        writeStream(tick, output, inside);
     }
 };
 

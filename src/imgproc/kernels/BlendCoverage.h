@@ -20,4 +20,14 @@ struct Coverage {
 /// down.
 void blendCoverage(Coverage const &coverage, Vec3b *frame, FrameSize size, int top, int left, Vec3b colour);
 
+/// The rows and columns of a map that fall inside the frame, if any do.
+struct Overlap {
+    std::int64_t firstRow, endRow, firstColumn, endColumn;
+};
+Overlap overlapOf(Coverage const &coverage, FrameSize size, int top, int left);
+
+namespace plain {
+void blendCoverage(Coverage const &coverage, Vec3b *frame, FrameSize size, int top, int left, Vec3b colour);
+} // namespace plain
+
 } // namespace zun::kernels

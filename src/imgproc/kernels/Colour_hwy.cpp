@@ -11,8 +11,6 @@ namespace zun::kernels::HWY_NAMESPACE {
 
 #if ZUN_HAS_VECTORS
 
-using Block = hn::FixedTag<std::uint8_t, 16>;
-
 template <class Pixel>
 std::uint8_t const *bytesOf(Pixel const *pixels) {
     return reinterpret_cast<std::uint8_t const *>(pixels);
@@ -159,20 +157,13 @@ void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3
 }
 
 void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
-    // Sixteen cells make three blocks.
-    alignas(16) static constexpr std::uint8_t orders[3][16] = {
-        {0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4, 4, 4, 5},
-        {5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10},
-        {10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15}};
-    auto const first = hn::Load(Block(), orders[0]), second = hn::Load(Block(), orders[1]),
-               third = hn::Load(Block(), orders[2]);
     std::uint32_t done = 0;
     for (; count - done >= 16; done += 16) {
         auto const cells = hn::LoadU(Block(), in + done);
         std::uint8_t *const to = bytesOf(out + done);
-        hn::StoreU(hn::TableLookupBytes(cells, first), Block(), to);
-        hn::StoreU(hn::TableLookupBytes(cells, second), Block(), to + 16);
-        hn::StoreU(hn::TableLookupBytes(cells, third), Block(), to + 32);
+        hn::StoreU(tripled<0>(cells), Block(), to);
+        hn::StoreU(tripled<1>(cells), Block(), to + 16);
+        hn::StoreU(tripled<2>(cells), Block(), to + 32);
     }
     plain::spread(in + done, out + done, count - done);
 }

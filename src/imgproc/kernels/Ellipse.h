@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "containers/Vec.h"
+#include "imgproc/kernels/FrameSize.h"
 
 namespace zun::kernels {
 
@@ -17,7 +18,8 @@ struct Ellipse {
 /// either side of it, in single precision, for every i up to b.
 void fillEllipse(unsigned char *array, int rows, int columns, unsigned char value, Ellipse const &ellipse);
 
-/// Blackens the pixels whose byte of the mask is 0, and leaves the others alone.
-void blackenUnset(unsigned char const *mask, Vec3b *pixels, std::uint32_t count);
+/// Copies the pixels of an ellipse, as far as they lie in the frame, and makes all others black. The frames must not
+/// overlap.
+void copyEllipse(Vec3b const *in, Vec3b *out, FrameSize size, Ellipse const &ellipse);
 
 } // namespace zun::kernels

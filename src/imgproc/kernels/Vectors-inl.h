@@ -135,6 +135,17 @@ private:
     Places toBlocks, fromBlocks;
 };
 
+using Block = hn::FixedTag<std::uint8_t, 16>;
+using VBlock = hn::Vec<Block>;
+
+/// Sixteen bytes, each three times in a row: one of the three blocks that these make.
+template <int part>
+HWY_INLINE VBlock tripled(VBlock bytes) {
+    alignas(16) std::uint8_t order[16];
+    for (int i = 0; i < 16; i++) order[i] = static_cast<std::uint8_t>((16 * part + i) / 3);
+    return hn::TableLookupBytes(bytes, hn::Load(Block(), order));
+}
+
 /// The low byte of each lane, one after the other.
 HWY_INLINE void storeLowBytes(VInts lanes, std::uint8_t *out) {
 #if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL

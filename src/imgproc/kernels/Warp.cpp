@@ -14,13 +14,11 @@ struct Neighbours {
     float weight;
 };
 
-/// As floor and ceil give them, which would be calls into the mathematical library on machines without an instruction.
 Neighbours neighboursOf(float at) {
     constexpr int smallest = std::numeric_limits<int>::min();
     if (!(std::fabs(at) < 2147483648.0f)) return {smallest, smallest, at - static_cast<float>(smallest)};
-    int const toZero = static_cast<int>(at);
-    int const before = toZero - (static_cast<float>(toZero) > at), after = toZero + (static_cast<float>(toZero) < at);
-    return {before, after, at - static_cast<float>(before)};
+    float const before = std::floor(at);
+    return {static_cast<int>(before), static_cast<int>(std::ceil(at)), at - before};
 }
 
 class Source {
@@ -68,8 +66,7 @@ AffineMap inverse(AffineMap const &map) {
     return back;
 }
 
-void warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b border, Vec3b *out, FrameSize to) {
-    if (to.columns == 0) return;
+void plain::warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b border, Vec3b *out, FrameSize to) {
     Source const source(in, from, border);
     for (std::uint32_t i = 0; i < to.rows; i++) {
         float const row = static_cast<float>(i), rowInX = map.b * row, rowInY = map.e * row;

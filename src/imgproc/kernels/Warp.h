@@ -21,4 +21,8 @@ AffineMap inverse(AffineMap const &map);
 /// itself.
 void warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b border, Vec3b *out, FrameSize to);
 
+namespace plain {
+void warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b border, Vec3b *out, FrameSize to);
+} // namespace plain
+
 } // namespace zun::kernels

@@ -7,6 +7,7 @@
 //     options: {colour: 0x00FF00, lineThickness: 3}
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "containers/Arithmetic.h"
@@ -75,18 +76,19 @@ public:
         std::vector<std::string> labels;
         if (text.connected()) labels = readStream(tick, text);
 
+        std::optional<zun::Vec3b> pixel;
         for (std::size_t i = 0; i < rectangles.size(); i++) {
             Rect const box = zun::roundToInt(rectangles[i]);
             Rect const inside = zun::clipToFrame(box, frame.shape[0], frame.shape[1]);
             if (!clamp) requireInside(tick, frame, box, inside);
-            zun::Vec3b const pixel = parseColour(colour);
+            if (!pixel) pixel = parseColour(colour); // which is no failure until there is something to draw
             if (filled)
-                fill(frame, inside, pixel);
+                fill(frame, inside, *pixel);
             else
-                outline(frame, inside, pixel);
+                outline(frame, inside, *pixel);
             if (text.connected())
                 font.drawString(frame, zun::wrappingAdd(inside.y, textOffsetX), zun::wrappingAdd(inside.x, textOffsetY),
-                                pixel, labels[i]);
+                                *pixel, labels[i]);
         }
         writeStream(tick, output, frame);
     }
