@@ -2,8 +2,8 @@
 //
 // A kernel x with a fast form comes three times: x.h says what it computes; x.cpp holds plain::x, the loop that defines
 // the result; x_hwy.cpp holds the fast form, compiled once for each target, and x itself, which calls that of the best
-// target that the machine has. All give the same bits. Scratch is taken outside the code that is compiled many times:
-// a template of the standard library instantiated there would be that of the newest target for the whole program.
+// target that the machine has. All give the same bits. Code that is compiled for many targets uses no templates of the
+// standard library, which a compiler may make for one of them and then share; scratch is taken outside it.
 #pragma once
 
 #include <string>
