@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "KernelCase.h"
 #include "imgproc/kernels/Colour.h"
 
@@ -11,11 +13,16 @@ template <class In, class Out, class... Parameters>
 KernelCase flat(std::string name, Content content, void (*plainForm)(In const *, Out *, std::uint32_t, Parameters...),
                 void (*fast)(In const *, Out *, std::uint32_t, Parameters...),
                 std::type_identity_t<Parameters> const &...parameters) {
-    return {std::move(name), content, frameBytes<sizeof(In)>, frameBytes<sizeof(Out)>,
+    return {std::move(name),
+            content,
+            frameBytes<sizeof(In)>,
+            frameBytes<sizeof(Out)>,
             [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
                 formOf(form, plainForm, fast)(reinterpret_cast<In const *>(in), reinterpret_cast<Out *>(out),
                                               size.rows * size.columns, parameters...);
-            }};
+            },
+            [](FrameSize) { return true; },
+            std::max(alignof(In), alignof(Out))};
 }
 
 constexpr Weights<3> weights = {{{1.0f, 0.0f, 1.402f}, {1.0f, -0.344136f, -0.714136f}, {1.0f, 1.772f, -0.081312f}}};

@@ -25,6 +25,7 @@ struct KernelCase {
     std::function<void(Form, unsigned char const *in, unsigned char *out, FrameSize)> run;
     /// The sizes that the kernel is defined for.
     std::function<bool(FrameSize)> takes = [](FrameSize) { return true; };
+    std::size_t alignment = content == Content::floats ? alignof(float) : 1; ///< of the input and the output
 };
 
 inline void PrintTo(KernelCase const &one, std::ostream *out) { *out << one.name; }

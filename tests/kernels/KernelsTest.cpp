@@ -152,7 +152,7 @@ TEST_P(Kernels, GiveTheSameBitsOnEveryTarget) {
     for (FrameSize const size : sizes()) {
         if (!given.takes(size)) continue;
         for (unsigned variant = 0; variant < fillVariants; variant++) {
-            std::size_t const offset = runs % 7;
+            std::size_t const offset = runs % 7 * given.alignment;
             Fill const fill{given.content, variant}, before{Content::bytes, 0};
             Guarded const in(given.inputBytes(size), offset);
             fill(in.first(), in.size);

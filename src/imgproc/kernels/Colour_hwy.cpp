@@ -51,18 +51,12 @@ HWY_INLINE void loadChannels(RgbLanes const &rgb, Vec3b const *pixels, VFloats (
     channels[2] = hn::ConvertTo(Floats(), RgbLanes::channelOf<2>(blocks));
 }
 
-template <int channel>
-HWY_INLINE VFloats channelOf(VWords pixels) {
-    VWords const bytes = hn::And(hn::ShiftRight<8 * channel>(pixels), hn::Set(Words(), 0xFF));
-    return hn::ConvertTo(Floats(), hn::BitCast(Ints(), bytes));
-}
-
 HWY_INLINE void loadChannels(RgbLanes const &, Vec4b const *pixels, VFloats (&channels)[4]) {
     VWords const words = hn::BitCast(Words(), hn::LoadU(Bytes(), bytesOf(pixels)));
-    channels[0] = channelOf<0>(words);
-    channels[1] = channelOf<1>(words);
-    channels[2] = channelOf<2>(words);
-    channels[3] = channelOf<3>(words);
+    channels[0] = floatsOf<0>(words);
+    channels[1] = floatsOf<1>(words);
+    channels[2] = floatsOf<2>(words);
+    channels[3] = floatsOf<3>(words);
 }
 
 HWY_INLINE void loadChannels(RgbLanes const &, Vec3f const *pixels, VFloats (&channels)[3]) {

@@ -21,4 +21,11 @@ void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
 /// sides shrink.
 void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
 
+namespace plain {
+void resizeNearest(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+void resizeBlockMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+} // namespace plain
+
 } // namespace zun::kernels

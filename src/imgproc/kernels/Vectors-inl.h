@@ -135,6 +135,13 @@ private:
     Places toBlocks, fromBlocks;
 };
 
+/// One channel of each lane's pixel.
+template <int channel>
+HWY_INLINE VFloats floatsOf(VWords pixels) {
+    VWords const low = hn::And(hn::ShiftRight<8 * channel>(pixels), hn::Set(Words(), 0xFF));
+    return hn::ConvertTo(Floats(), hn::BitCast(Ints(), low));
+}
+
 using Block = hn::FixedTag<std::uint8_t, 16>;
 using VBlock = hn::Vec<Block>;
 
