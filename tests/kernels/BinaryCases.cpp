@@ -3,6 +3,7 @@
 #include "KernelCase.h"
 #include "imgproc/kernels/LongRuns.h"
 #include "imgproc/kernels/Morphology.h"
+#include "imgproc/kernels/Threshold.h"
 
 namespace zun::kernels {
 namespace {
@@ -14,6 +15,18 @@ KernelCase morphology(std::string name, Element const &element, bool inverted) {
             [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
                 formOf(form, plain::matchElement, matchElement)(in, size.columns, out, size.rows, size.columns, element,
                                                                 1, inverted ? 0 : 1, inverted ? 1 : 0);
+            }};
+}
+
+/// Three ways to tell what reaches a threshold, one behind the other in the output.
+KernelCase threshold(int level) {
+    return {"setAtLeast, setBelow, splitAt " + std::string(level < 0 ? "below " : "") + std::to_string(std::abs(level)),
+            Content::bytes, frameBytes<1>, frameBytes<4>,
+            [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
+                std::uint32_t const count = size.rows * size.columns;
+                formOf(form, plain::setAtLeast, setAtLeast)(in, out, count, level);
+                formOf(form, plain::setBelow, setBelow)(in, out + count, count, level);
+                formOf(form, plain::splitAt, splitAt)(in, out + 2 * count, out + 3 * count, count, level);
             }};
 }
 
@@ -33,6 +46,7 @@ KernelCase longRuns(std::string name, bool alongRows, RunRule const &rule) {
 
 std::vector<KernelCase> binaryCases() {
     std::vector<KernelCase> all;
+    for (int const level : {-1, 0, 1, 128, 255, 256}) all.push_back(threshold(level));
     for (int const length : {-3, 1, 2, 5, 17, 100})
         for (bool const alongRows : {true, false})
             all.push_back(longRuns((alongRows ? "RowRuns " : "ColumnRuns ") + std::string(length < 0 ? "below " : "") +

@@ -14,4 +14,10 @@ void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, 
 /// Both at once, which reads the frame only once.
 void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count, int threshold);
 
+namespace plain {
+void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
+void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
+void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count, int threshold);
+} // namespace plain
+
 } // namespace zun::kernels
