@@ -26,14 +26,40 @@ inline double median(std::vector<double> values) {
     return *middle;
 }
 
-/// Runs the actions in turns for so many seconds and at least a few rounds; gives the median of each in milliseconds.
-inline std::vector<double> takeTurns(std::vector<std::function<void()>> const &actions, double seconds) {
+/// What is timed, and what has to be done before it.
+struct Turn {
+    std::function<void()> action;
+    std::function<void()> before = [] {};
+};
+
+/// What an action finds in the caches: what it left there itself the last time, or nothing.
+enum class Caches { warm, cold };
+
+/// Reads more memory than caches hold.
+inline void emptyCaches() {
+    constexpr std::size_t bytes = std::size_t(128) << 20, line = 64;
+    static std::vector<char> const memory(bytes, 1);
+    char sum = 0;
+    for (std::size_t i = 0; i < bytes; i += line) sum = static_cast<char>(sum + memory[i]);
+    asm volatile("" : : "r"(sum)); // the reading is wanted
+}
+
+/// Lets all act in turns, for so many seconds and at least a few rounds; gives the median of each in milliseconds. None
+/// finds in the caches what another one left there.
+inline std::vector<double> takeTurns(std::vector<Turn> const &turns, double seconds, Caches caches = Caches::warm) {
     constexpr std::size_t fewest = 7;
-    std::vector<std::vector<double>> times(actions.size());
+    std::vector<std::vector<double>> times(turns.size());
     auto const begun = std::chrono::steady_clock::now();
     auto const spent = [&] { return std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count(); };
     for (std::size_t round = 0; round < fewest || spent() < seconds; round++)
-        for (std::size_t i = 0; i < actions.size(); i++) times[i].push_back(millisecondsOf(actions[i]));
+        for (std::size_t i = 0; i < turns.size(); i++) {
+            turns[i].before();
+            if (caches == Caches::cold)
+                emptyCaches();
+            else
+                turns[i].action();
+            times[i].push_back(millisecondsOf(turns[i].action));
+        }
     std::vector<double> medians;
     for (std::vector<double> const &all : times) medians.push_back(median(all));
     return medians;

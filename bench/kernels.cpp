@@ -64,12 +64,10 @@ int main(int argc, char **argv) {
         if (one.name.find(part) == std::string::npos || !one.takes(*frame)) continue;
         std::vector<unsigned char> const in = photo(one.content, one.inputBytes(*frame));
         std::vector<unsigned char> out(one.outputBytes(*frame));
-        std::vector<std::function<void()>> forms;
+        std::vector<bench::Turn> forms;
         for (std::string const &target : targets)
-            forms.push_back([&, target] {
-                kernels::useTarget(target);
-                one.run(KernelCase::Form::fast, in.data(), out.data(), *frame);
-            });
+            forms.push_back({[&] { one.run(KernelCase::Form::fast, in.data(), out.data(), *frame); },
+                             [&] { kernels::useTarget(target); }});
         std::vector<double> const times = bench::takeTurns(forms, seconds);
         std::printf("%-36s", one.name.c_str());
         for (double const time : times) std::printf(" %8.3f", time);

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# Shared by demo.sh and test.sh, which source it: strict mode, the repository's root as working folder, and the
-# packages that a build needs.
+# Shared by demo.sh, test.sh and bench.sh, which source it: strict mode, the repository's root as working folder, and
+# the packages that a build needs.
 
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -12,19 +12,21 @@ fail() {
 
 say() { echo "== $*"; }
 
-# The packages of packages/apt.txt that are not installed, one a line.
+# missing_packages LIST...: the packages of these files that are not installed, one a line.
 missing_packages() {
-    sed 's/#.*//' packages/apt.txt | while read -r package; do
+    sed 's/#.*//' "$@" | while read -r package; do
         [[ -z $package ]] && continue
         [[ $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true) == installed ]] || echo "$package"
     done
 }
 
+# install_packages [LIST...]: installs what is missing of packages/apt.txt, or of the files given.
 install_packages() {
+    [[ $# -gt 0 ]] || set -- packages/apt.txt
     command -v dpkg-query >/dev/null ||
-        fail "this is no Debian: install what packages/apt.txt lists by hand, then use the CMake presets"
+        fail "this is no Debian: install what $* lists by hand, then use the CMake presets"
     local missing as_root=()
-    mapfile -t missing < <(missing_packages)
+    mapfile -t missing < <(missing_packages "$@")
     [[ ${#missing[@]} -eq 0 ]] && return
     say "installing ${missing[*]}"
     if [[ $EUID -ne 0 ]]; then

@@ -5,11 +5,13 @@
 #include <iostream>
 #include <new>
 #include <optional>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 
 #include "cli/Terminal.h"
 #include "engine/Check.h"
+#include "guards/Target.h"
 
 namespace zun::cli {
 namespace {
@@ -91,6 +93,12 @@ int runProgram(CLI::App &program, int count, char const *const *arguments, Actio
         return fine;
     } catch (CLI::ParseError const &error) {
         reportUsage(program, count > 1 ? arguments[1] : "", error);
+        return wrongUsage;
+    }
+    try {
+        guards::useTargetOfEnvironment();
+    } catch (std::invalid_argument const &error) {
+        printError(error.what());
         return wrongUsage;
     }
     return carryOut(action);

@@ -11,10 +11,13 @@ int main(int argc, char **argv) {
     zun::cli::addCheckCommand(program, action);
     zun::cli::addNodesCommand(program, action);
     program.require_subcommand(1);
-    program.footer("Each command has a --help of its own.\n\n"
-                   "Examples:\n"
-                   "  zun nodes                                    what there is to build with\n"
-                   "  zun check examples/first.yaml                everything that is wrong, at once\n"
-                   "  zun run examples/first.yaml -D out=/tmp");
+    program.footer(
+        "Each command has a --help of its own.\n"
+        "ZUN_TARGET=AVX2 (SSE4, plain, ...) in the environment runs kernels for that instruction set and not\n"
+        "for the best that the machine has; the results are the same.\n\n"
+        "Examples:\n"
+        "  zun nodes                                    what there is to build with\n"
+        "  zun check examples/first.yaml                everything that is wrong, at once\n"
+        "  zun run examples/first.yaml -D out=/tmp");
     return zun::cli::runProgram(program, argc, argv, [&] { return action(); });
 }

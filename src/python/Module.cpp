@@ -6,6 +6,8 @@
 #include <pybind11/stl.h>
 
 #include "engine/Plugins.h"
+#include "guards/Target.h"
+#include "imgproc/kernels/Targets.h"
 #include "pipeline/NodeRegistry.h"
 #include "python/Node.h"
 #include "python/Strings.h"
@@ -96,6 +98,12 @@ constexpr char const *describeText =
 
 Raises Error for a type that is not known.)";
 
+constexpr char const *useTargetText = R"(Makes the nodes run for an instruction set that targets() names, from now on.
+
+The results are the same for each of them; "plain" is the loops that define the results. Raises ValueError for another
+name. Not to be called while another thread runs a node. The environment variable ZUN_TARGET does the same at the
+import; the import fails with ImportError for another name.)";
+
 py::list nodes() {
     py::list types;
     for (NodeRegistry::Entry const *entry : NodeRegistry::entries()) types.append(textOf(entry->type));
@@ -119,6 +127,7 @@ PYBIND11_MODULE(zun, module) {
     using namespace zun::python;
     // What a node logs when it fails is the text of the exception.
     zun::log::setLevel(zun::log::Level::Silent);
+    zun::guards::useTargetOfEnvironment();
     zun::engine::loadPlugin("imgproc");
 
     module.doc() = moduleText;
@@ -128,6 +137,9 @@ PYBIND11_MODULE(zun, module) {
     module.def("describe", describeType, py::arg("type"), describeText);
     module.def("call", call, py::arg("type"), py::arg("inputs"), py::arg("options") = py::dict(),
                py::arg("outputs") = py::none(), py::kw_only(), py::arg("trust") = false, callText);
+    module.def("targets", zun::kernels::targets,
+               "The instruction sets that this machine has for the nodes, the best first and \"plain\" last.");
+    module.def("use_target", zun::kernels::useTarget, py::arg("name"), useTargetText);
     py::class_<Node>(module, "Node", nodeText)
         .def(py::init<std::string const &, py::dict const &, Node::Names const &, Node::Names const &, bool>(),
              py::arg("type"), py::arg("options") = py::dict(), py::arg("inputs") = py::none(),

@@ -1,6 +1,8 @@
 """What the module promises beyond the nodes' own results: kinds of values, memory, errors, threads."""
 
 import gc
+import os
+import subprocess
 import sys
 import threading
 import unittest
@@ -234,6 +236,40 @@ class Nodes(unittest.TestCase):
             for thread in threads:
                 thread.join()
             self.assertEqual(wrong, [])
+
+
+class Targets(unittest.TestCase):
+    def test_every_target_gives_the_same(self):
+        frame = rgb(37, 91)
+        calls = [("RGBBoxBlur", {"input": frame}, {"kernelSizeX": 5, "kernelSizeY": 3}),
+                 ("ResizeImage", {"input": frame}, {"width": 40, "height": 30, "algorithm": 1}),
+                 ("NegativeImage", {"input": frame}, {})]
+        targets = zun.targets()
+        self.assertEqual(targets[-1], "plain")
+        try:
+            for node, inputs, options in calls:
+                results = []
+                for target in targets:
+                    zun.use_target(target)
+                    results.append(zun.call(node, inputs, options)["output"])
+                    np.testing.assert_array_equal(results[-1], results[0], f"{node} for {target}")
+        finally:
+            zun.use_target(targets[0])
+        self.assertEqual(zun.targets(), targets)
+
+    def test_a_target_that_the_machine_lacks_is_named_with_those_it_has(self):
+        words = '"MMX" is no target of this machine, which has ' + ", ".join(zun.targets())
+        with self.assertRaises(ValueError) as raised:
+            zun.use_target("MMX")
+        self.assertEqual(str(raised.exception), words)
+
+        def imported(target):
+            return subprocess.run([sys.executable, "-c", "import zun"], env=os.environ | {"ZUN_TARGET": target},
+                                  capture_output=True, text=True)
+
+        self.assertIn("ImportError: ZUN_TARGET: " + words, imported("MMX").stderr)
+        for target in ["", "plain"]:
+            self.assertEqual(imported(target).stderr, "")
 
 
 if __name__ == "__main__":

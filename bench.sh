@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Builds the system and measures it: each node, plain and in its best form, beside OpenCV's nearest operation and
+# memcpy; then whole pipelines beside OpenCV and FFmpeg. The figures also go to out/bench/ as JSON.
+#
+#   ./bench.sh [--nodes | --pipelines] [--markdown] [--size 1919x1081] [--cold] [PART OF A NODE'S NAME]
+#
+#   --nodes, --pipelines   only the one or the other
+#   --markdown             print tables that go into a page as they are
+# All else, such as the size of the frames, goes to bench_nodes; its --help tells more.
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
+
+nodes=true pipelines=true markdown=() others=()
+for argument in "$@"; do
+    case $argument in
+    --nodes) pipelines=false ;;
+    --pipelines) nodes=false ;;
+    --markdown) markdown=(--markdown) ;;
+    -h | --help)
+        sed -n '2,/^source/{s/^# \{0,1\}//p}' "$0"
+        exit
+        ;;
+    *) others+=("$argument") ;;
+    esac
+done
+
+# The tables alone go to the standard output.
+{
+    install_packages packages/apt.txt packages/bench.txt
+    build release bench_nodes bench_opencv_chain zun
+} >&2
+
+mkdir -p out/bench
+if $nodes; then
+    build/release/bin/bench_nodes --json out/bench/nodes.json "${markdown[@]}" "${others[@]}"
+fi
+if $nodes && $pipelines; then echo; fi
+if $pipelines; then
+    /usr/bin/python3 bench/pipelines.py build/release --json out/bench/pipelines.json "${markdown[@]}"
+fi
