@@ -22,11 +22,6 @@ Histogram histogramOf(unsigned char const *bytes, std::size_t count) {
     return sum;
 }
 
-int binOf(float value, int bins) {
-    int const bin = truncateToInt(value * static_cast<float>(bins));
-    return std::max(std::min(bin, bins - 1), 0);
-}
-
 float share(std::uint32_t below, std::size_t count) {
     return static_cast<float>(static_cast<int>(below)) /
            static_cast<float>(static_cast<int>(static_cast<std::uint32_t>(count)));
@@ -42,10 +37,10 @@ void mapFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins, S
 
 /// For so many bins that a counter for each would take far more memory than the frame.
 void equaliseSparsely(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
-    std::vector<int> taken(count);
+    std::vector<std::size_t> taken(count);
     for (std::size_t i = 0; i < count; i++) taken[i] = binOf(in[i][0], bins);
     std::sort(taken.begin(), taken.end());
-    mapFirstChannel(in, out, count, bins, [&](int bin) {
+    mapFirstChannel(in, out, count, bins, [&](std::size_t bin) {
         auto const below = std::lower_bound(taken.begin(), taken.end(), bin) - taken.begin();
         return share(static_cast<std::uint32_t>(below), count);
     });
@@ -53,31 +48,39 @@ void equaliseSparsely(Vec3f const *in, Vec3f *out, std::size_t count, int bins) 
 
 } // namespace
 
-void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count) {
+void equalisedBytes(unsigned char const *in, std::size_t count, unsigned char (&bytes)[256]) {
     Histogram const histogram = histogramOf(in, count);
-    std::array<unsigned char, 256> table;
     std::uint32_t below = 0;
     for (std::size_t v = 0; v < 256; v++) {
-        table[v] = equalised(below, static_cast<std::uint32_t>(count));
+        bytes[v] = equalised(below, static_cast<std::uint32_t>(count));
         below += histogram[v];
     }
-    for (std::size_t i = 0; i < count; i++) out[i] = table[in[i]];
 }
 
-void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
+void plain::equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count) {
+    unsigned char bytes[256];
+    equalisedBytes(in, count, bytes);
+    for (std::size_t i = 0; i < count; i++) out[i] = bytes[in[i]];
+}
+
+void sharesOfCounts(std::uint32_t const *counts, float *shares, std::size_t bins, std::size_t count) {
+    std::uint32_t below = 0;
+    for (std::size_t bin = 0; bin < bins; bin++) {
+        shares[bin] = share(below, count);
+        below += counts[bin];
+    }
+}
+
+void plain::equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
     if (count == 0) return;
     constexpr int alwaysCounted = 1 << 20;
     if (bins > alwaysCounted && static_cast<std::size_t>(bins) > count) return equaliseSparsely(in, out, count, bins);
 
     std::vector<std::uint32_t> histogram(static_cast<std::size_t>(bins));
-    for (std::size_t i = 0; i < count; i++) histogram[static_cast<std::size_t>(binOf(in[i][0], bins))]++;
+    for (std::size_t i = 0; i < count; i++) histogram[binOf(in[i][0], bins)]++;
     std::vector<float> shares(histogram.size());
-    std::uint32_t below = 0;
-    for (std::size_t bin = 0; bin < shares.size(); bin++) {
-        shares[bin] = share(below, count);
-        below += histogram[bin];
-    }
-    mapFirstChannel(in, out, count, bins, [&](int bin) { return shares[static_cast<std::size_t>(bin)]; });
+    sharesOfCounts(histogram.data(), shares.data(), shares.size(), count);
+    mapFirstChannel(in, out, count, bins, [&](std::size_t bin) { return shares[bin]; });
 }
 
 } // namespace zun::kernels

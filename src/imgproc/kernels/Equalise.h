@@ -1,6 +1,7 @@
 // Histogram equalisation: values replaced by how many of the frame's lie below them.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -25,5 +26,23 @@ void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count
 /// bin of its histogram; the other two are copied. A value v falls into bin v * `bins`, truncated, and held within the
 /// `bins` there are; what no int holds, NaN with it, into the first. The ranges must not overlap.
 void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins);
+
+namespace plain {
+void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count);
+void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins);
+} // namespace plain
+
+// What both forms are made of.
+
+/// Of each byte, what it becomes.
+void equalisedBytes(unsigned char const *in, std::size_t count, unsigned char (&bytes)[256]);
+
+/// From how many of `count` pixels fall in each bin, the shares.
+void sharesOfCounts(std::uint32_t const *counts, float *shares, std::size_t bins, std::size_t count);
+
+inline std::size_t binOf(float value, int bins) {
+    int const bin = truncateToInt(value * static_cast<float>(bins));
+    return static_cast<std::size_t>(std::max(std::min(bin, bins - 1), 0));
+}
 
 } // namespace zun::kernels

@@ -15,8 +15,13 @@ struct WindowSeries {
 /// totals are modulo 2^32. Every pixel has to lie under a window, and its total must not be 0.
 ///
 /// `out` has the same shape and must not overlap `in`; both are dense. The cost for each pixel doesn't depend on the
-/// windows' size, and falls as they step further. Scratch is some 3 KiB for each pixel of the frame's shorter side.
+/// windows' size, and falls as they step further. Scratch is at most some 3 KiB for each column of the frame.
 void equaliseInWindows(unsigned char const *in, unsigned char *out, FrameSize size, WindowSeries alongRows,
                        WindowSeries alongColumns);
+
+namespace plain {
+void equaliseInWindows(unsigned char const *in, unsigned char *out, FrameSize size, WindowSeries alongRows,
+                       WindowSeries alongColumns);
+} // namespace plain
 
 } // namespace zun::kernels
