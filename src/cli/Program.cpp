@@ -1,5 +1,7 @@
 #include "cli/Program.h"
 
+#include <malloc.h>
+
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -60,6 +62,17 @@ int carryOut(Action const &action) {
     return status;
 }
 
+/// What libraries take for each frame, decoders above all, comes from memory that was used before, as frames do. Left
+/// to itself, the C library gives large blocks back to the system when they are freed, and each page of the next one
+/// costs a fault.
+void keepFreedMemory() {
+#ifdef __GLIBC__
+    mallopt(M_MMAP_MAX, 0);
+    mallopt(M_TRIM_THRESHOLD, -1);
+    mallopt(M_ARENA_MAX, 1); // the arenas of further threads hold no block above 64 MB
+#endif
+}
+
 } // namespace
 
 void addPluginOption(CLI::App &command, std::vector<std::string> &plugins) {
@@ -84,6 +97,7 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {
     // A reader of our output that goes away is an error of the write, and leaves the rest of a run complete.
     std::signal(SIGPIPE, SIG_IGN);
+    keepFreedMemory();
     setProgramName(program.get_name());
     showLog(false);
     try {
