@@ -7,30 +7,18 @@
 
 #include <sys/types.h>
 
+#include "support/TemporaryFolder.h"
+#include "support/Text.h"
+
 namespace zun::cli::test {
 
 namespace fs = std::filesystem;
+using Folder = zun::test::TemporaryFolder;
+using Arguments = std::vector<std::string>;
+using zun::test::expectParts;
 
 inline fs::path const examples = ZUN_EXAMPLES;
 inline fs::path const photo = examples / "photos/coffee.png";
-
-/// A folder of its own for each test, gone at its end.
-class Folder {
-public:
-    Folder();
-    ~Folder();
-    Folder(Folder const &) = delete;
-    Folder &operator=(Folder const &) = delete;
-
-    fs::path path;
-
-    /// Writes a file and returns its path.
-    std::string write(std::string const &name, std::string const &text) const;
-    std::string read(std::string const &name) const;
-    bool holds(std::string const &name) const { return fs::exists(path / name); }
-    /// The names in the folder, sorted.
-    std::vector<std::string> names() const;
-};
 
 struct Ended {
     int status = 0; ///< exit status, or minus the signal that ended it
@@ -40,25 +28,24 @@ struct Ended {
 /// A program that runs, with its working folder in `folder` and no standard input.
 class Child {
 public:
-    Child(std::string const &program, std::vector<std::string> const &arguments, Folder const &folder);
+    Child(std::string const &program, Arguments const &arguments, Folder const &folder);
     ~Child();
-    Child(Child const &) = delete;
-    Child &operator=(Child const &) = delete;
 
     void send(int signal) const;
     bool running();
     Ended wait();
 
 private:
-    fs::path outFile, errFile;
-    pid_t pid;
+    Folder outputs;
+    pid_t pid = 0;
     int state = 0;
     bool over = false;
 };
 
-Ended zun(std::vector<std::string> const &arguments, Folder const &folder);
-Ended graphPipeline(std::vector<std::string> const &arguments, Folder const &folder);
+Ended zun(Arguments const &arguments, Folder const &folder);
+Ended graphPipeline(Arguments const &arguments, Folder const &folder);
 
-std::size_t occurrences(std::string const &text, std::string const &part);
+/// Expects the message of one error, with these parts, and the status of a failure.
+void expectOneError(Ended const &ended, std::vector<std::string> const &parts);
 
 } // namespace zun::cli::test

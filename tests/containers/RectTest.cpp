@@ -1,4 +1,3 @@
-#include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -15,37 +14,26 @@ static_assert(truncateToInt(2147483648.0) == smallest && truncateToInt(-21474836
 static_assert(truncateToInt(2147483647.9) == largest && truncateToInt(-2147483648.9) == smallest);
 
 TEST(Rounding, TakesHalvesAwayFromZeroAndAnythingOutOfRangeToTheSmallestInt) {
+    float const infinity = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr int below = 2147483520;        // the largest float below 2^31
+    constexpr float belowHalf = 0.49999997f; // the largest below a half
     struct {
         float value;
         int rounded, truncated;
-    } const cases[] = {
-        {0.4f, 0, 0},
-        {0.5f, 1, 0},
-        {-0.5f, -1, 0},
-        {2.5f, 3, 2},
-        {-2.5f, -3, -2},
-        {0.49999997f, 0, 0}, // the largest float below a half
-        {-1.9f, -2, -1},
-        {2147483520.0f, 2147483520, 2147483520}, // the largest float below 2^31
-        {2147483648.0f, smallest, smallest},
-        {-2147483648.0f, smallest, smallest},
-        {-2147483904.0f, smallest, smallest},
-        {std::numeric_limits<float>::infinity(), smallest, smallest},
-        {-std::numeric_limits<float>::infinity(), smallest, smallest},
-        {std::numeric_limits<float>::quiet_NaN(), smallest, smallest},
-    };
+    } const cases[] = {{0.4f, 0, 0},    {0.5f, 1, 0},    {-0.5f, -1, 0},    {2.5f, 3, 2},
+                       {-2.5f, -3, -2}, {-1.9f, -2, -1}, {belowHalf, 0, 0}, {below, below, below}};
     for (auto const &[value, rounded, truncated] : cases) {
         EXPECT_EQ(roundToInt(value), rounded) << value;
         EXPECT_EQ(truncateToInt(value), truncated) << value;
     }
+    for (float const outside : {2147483648.0f, -2147483648.0f, -2147483904.0f, infinity, -infinity, nan}) {
+        EXPECT_EQ(roundToInt(outside), smallest) << outside;
+        EXPECT_EQ(truncateToInt(outside), smallest) << outside;
+    }
+    EXPECT_EQ(roundToInt(Box{-2.5f, 0.5f, 2.2f, 1.5f}), (Rect<int>{-3, 1, 2, 2})) << "each number by itself";
 }
 
-TEST(Rounding, OfABoxRoundsEachNumberByItself) {
-    EXPECT_EQ(roundToInt(Box{-2.5f, 0, 10, 10}), (Rect<int>{-3, 0, 10, 10}));
-    EXPECT_EQ(roundToInt(Box{0.4f, 0.5f, 2.2f, 1.5f}), (Rect<int>{0, 1, 2, 2}));
-}
-
-TEST(ClipToFrame, GivesThePartInsideOrAllZeros) {
+TEST(ClipToFrame, GivesThePartInsideOrAllZerosAndWrapsItsSums) {
     struct {
         Rect<int> rect, clipped; // in a frame of 10 rows and 20 columns
     } const cases[] = {
@@ -60,9 +48,6 @@ TEST(ClipToFrame, GivesThePartInsideOrAllZeros) {
     for (auto const &[rect, clipped] : cases)
         EXPECT_EQ(clipToFrame(rect, 10, 20), clipped)
             << rect.x << ", " << rect.y << ", " << rect.width << ", " << rect.height;
-}
-
-TEST(ClipToFrame, WrapsItsSums) {
     // x + width is 2^31, which wraps to the smallest int; from there back to the left edge it wraps once more.
     EXPECT_EQ(clipToFrame({128, 0, 2147483520, 5}, 10, 20), (Rect<int>{128, 0, 2147483520, 5}));
 }

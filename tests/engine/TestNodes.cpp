@@ -1,47 +1,43 @@
 #include "engine/TestNodes.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <mutex>
 #include <numeric>
 #include <stdexcept>
 #include <thread>
 
+#include <gtest/gtest.h>
+
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 
 namespace zun::engine::test {
-
-Journal &journal() {
-    static Journal instance;
-    return instance;
-}
-
-void Journal::clear() {
-    std::lock_guard const lock(mutex);
-    received.clear();
-    flushedAt.clear();
-    violations.clear();
-}
-
 namespace {
+
+std::mutex notesMutex;
+Notes notes;
+
+void note(auto action) {
+    std::lock_guard const lock(notesMutex);
+    action();
+}
 
 /// Holds the engine to its word: the ticks of a node start in order, and overlap only where the node allows it.
 class Overlap {
 public:
-    class Inside {
-    public:
-        Inside(Overlap &overlap, Tick tick, bool mayOverlap) : of(overlap) {
-            if (of.inside.fetch_add(1) > 0 && !mayOverlap) journal().violation("a serial node runs two ticks at once");
-            if (!mayOverlap && of.next.exchange(tick + 1) > tick)
-                journal().violation("a node's ticks run out of order");
-        }
-        ~Inside() { of.inside.fetch_sub(1); }
-
-    private:
-        Overlap &of;
-    };
+    /// To be kept while the tick runs.
+    std::shared_ptr<void> enter(Tick tick, bool mayOverlap) {
+        if (inside.fetch_add(1) > 0 && !mayOverlap) violation("a serial node runs two ticks at once");
+        if (!mayOverlap && next.exchange(tick + 1) > tick) violation("a node's ticks run out of order");
+        return {this, [this](void *) { inside.fetch_sub(1); }};
+    }
 
 private:
+    static void violation(char const *what) {
+        note([&] { notes.violations.emplace_back(what); });
+    }
+
     std::atomic<int> inside = 0;
     std::atomic<Tick> next = 0;
 };
@@ -54,9 +50,8 @@ class TestSource : public Node {
 
 public:
     using Node::Node;
-    struct Table {
-        static constexpr NodeRow node{.type = "TestSource", .sourcePath = "test", .parallelCode = 0, .summary = "s"};
-        static constexpr auto inputs = rows();
+    struct Table : NoRows {
+        static constexpr NodeRow node{.type = "TestSource", .sourcePath = "test", .parallelCode = 0};
         static constexpr auto outputs = rows(output("out", "int", &TestSource::out, ""));
         static constexpr auto options = rows(option("length", "int", "-1", &TestSource::length, ""),
                                              option("endsAt", "int", "-1", &TestSource::endsAt, ""),
@@ -66,7 +61,7 @@ public:
     Tick getRunUntil(Tick end) override { return length < 0 ? end : std::min(end, static_cast<Tick>(length)); }
     bool processProgressNeverPossible() override { return ended; }
     void process(Tick tick) override {
-        Overlap::Inside const inside(overlap, tick, false);
+        auto const inside = overlap.enter(tick, false);
         ended = endsAt >= 0 && tick >= static_cast<Tick>(endsAt);
         if (!ended) writeStream(tick, out, static_cast<int>(tick) * scale);
     }
@@ -74,7 +69,7 @@ public:
 
 template <bool parallel>
 class TestMixer : public Node {
-    int seed = 0, work = 0;
+    int seed = 0, work = 0, failAt = 0, alsoFailAt = 0, skip = 0;
     InputStream<int> a, b;
     OutputStream<int> out, second;
     Overlap overlap;
@@ -82,21 +77,26 @@ class TestMixer : public Node {
 public:
     using Node::Node;
     struct Table {
-        static constexpr NodeRow node{.type = parallel ? "TestMix" : "TestMixSerial",
-                                      .sourcePath = "test",
-                                      .parallelCode = parallel ? 1 : 0,
-                                      .summary = "m"};
+        static constexpr NodeRow node{
+            .type = parallel ? "TestMix" : "TestMixSerial", .sourcePath = "test", .parallelCode = parallel ? 1 : 0};
         static constexpr auto inputs =
             rows(optionalInput("a", "int", &TestMixer::a, ""), optionalInput("b", "int", &TestMixer::b, ""));
         static constexpr auto outputs =
             rows(output("out", "int", &TestMixer::out, ""), output("second", "int", &TestMixer::second, ""));
         static constexpr auto options =
-            rows(option("seed", "int", "0", &TestMixer::seed, ""), option("work", "int", "0", &TestMixer::work, ""));
+            rows(option("seed", "int", "0", &TestMixer::seed, ""), option("work", "int", "0", &TestMixer::work, ""),
+                 option("failAt", "int", "-1", &TestMixer::failAt, ""),
+                 option("alsoFailAt", "int", "-1", &TestMixer::alsoFailAt, ""),
+                 option("skip", "int", "-1", &TestMixer::skip, ""));
     };
     void process(Tick tick) override {
-        Overlap::Inside const inside(overlap, tick, parallel);
+        auto const inside = overlap.enter(tick, parallel);
         if (work > 0)
             std::this_thread::sleep_for(std::chrono::microseconds((tick * 7919 + static_cast<Tick>(seed)) % 97));
+        auto const now = static_cast<int>(tick);
+        if (now == failAt) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        if (now == failAt || now == alsoFailAt) throw std::runtime_error("broken");
+        if (now == skip) return;
         unsigned mixed = static_cast<unsigned>(seed) * 2654435761u + static_cast<unsigned>(tick);
         if (a.connected()) mixed = mixed * 31u + static_cast<unsigned>(readStream(tick, a));
         if (b.connected()) mixed = mixed * 37u + static_cast<unsigned>(readStream(tick, b));
@@ -111,43 +111,18 @@ class TestSink : public Node {
 
 public:
     using Node::Node;
-    struct Table {
-        static constexpr NodeRow node{.type = "TestSink", .sourcePath = "test", .parallelCode = 0, .summary = "k"};
+    struct Table : NoRows {
+        static constexpr NodeRow node{.type = "TestSink", .sourcePath = "test", .parallelCode = 0};
         static constexpr auto inputs = rows(input("in", "int", &TestSink::in, ""));
-        static constexpr auto outputs = rows();
         static constexpr auto options = rows(requiredOption("label", "std::string", &TestSink::label, ""));
     };
     bool hasSideEffects() const override { return true; }
     void process(Tick tick) override {
         int const value = readStream(tick, in);
-        std::lock_guard const lock(journal().mutex);
-        journal().received[label].emplace_back(tick, value);
+        note([&] { notes.received[label].emplace_back(tick, value); });
     }
     void flush(Tick tick) override {
-        std::lock_guard const lock(journal().mutex);
-        journal().flushedAt[label] = tick;
-    }
-};
-
-class TestFail : public Node {
-    int at = 0, alsoAt = 0, skip = 0, delay = 0;
-    InputStream<int> in;
-    OutputStream<int> out;
-
-public:
-    using Node::Node;
-    struct Table {
-        static constexpr NodeRow node{.type = "TestFail", .sourcePath = "test", .summary = "f"};
-        static constexpr auto inputs = rows(input("in", "int", &TestFail::in, ""));
-        static constexpr auto outputs = rows(output("out", "int", &TestFail::out, ""));
-        static constexpr auto options =
-            rows(option("at", "int", "-1", &TestFail::at, ""), option("alsoAt", "int", "-1", &TestFail::alsoAt, ""),
-                 option("skip", "int", "-1", &TestFail::skip, ""), option("delay", "int", "0", &TestFail::delay, ""));
-    };
-    void process(Tick tick) override {
-        if (static_cast<int>(tick) == at) std::this_thread::sleep_for(std::chrono::milliseconds(delay));
-        if (static_cast<int>(tick) == at || static_cast<int>(tick) == alsoAt) throw std::runtime_error("broken");
-        if (static_cast<int>(tick) != skip) writeStream(tick, out, readStream(tick, in));
+        note([&] { notes.flushedAt[label] = tick; });
     }
 };
 
@@ -163,7 +138,7 @@ class TestFrame : public Node {
 public:
     using Node::Node;
     struct Table {
-        static constexpr NodeRow node{.type = "TestFrame", .sourcePath = "test", .parallelCode = 0, .summary = "f"};
+        static constexpr NodeRow node{.type = "TestFrame", .sourcePath = "test", .parallelCode = 0};
         static constexpr auto inputs = rows(input("in", "int", &TestFrame::in, ""));
         static constexpr auto outputs = rows(output("out", "zun::Mat<unsigned char, 2>", &TestFrame::out, ""));
         static constexpr auto options = rows(option("sameStorage", "bool", "false", &TestFrame::sameStorage, ""),
@@ -184,11 +159,10 @@ class TestPaint : public Node {
 
 public:
     using Node::Node;
-    struct Table {
-        static constexpr NodeRow node{.type = "TestPaint", .sourcePath = "test", .summary = "p"};
+    struct Table : NoRows {
+        static constexpr NodeRow node{.type = "TestPaint", .sourcePath = "test"};
         static constexpr auto inputs = rows(input("in", "zun::Mat<unsigned char, 2>", &TestPaint::in, ""));
         static constexpr auto outputs = rows(output("out", "zun::Mat<unsigned char, 2>", &TestPaint::out, ""));
-        static constexpr auto options = rows();
     };
     void process(Tick tick) override {
         Grey const frame = readStream(tick, in);
@@ -199,29 +173,26 @@ public:
 
 class TestFrameSum : public Node {
     InputStream<Variant> in;
-    OutputStream<int> out, address;
+    OutputStream<int> out;
 
 public:
     using Node::Node;
-    struct Table {
-        static constexpr NodeRow node{.type = "TestFrameSum", .sourcePath = "test", .summary = "s"};
+    struct Table : NoRows {
+        static constexpr NodeRow node{.type = "TestFrameSum", .sourcePath = "test"};
         static constexpr auto inputs = rows(input("in", "any", &TestFrameSum::in, ""));
-        static constexpr auto outputs =
-            rows(output("out", "int", &TestFrameSum::out, ""), output("address", "int", &TestFrameSum::address, ""));
-        static constexpr auto options = rows();
+        static constexpr auto outputs = rows(output("out", "int", &TestFrameSum::out, ""));
     };
     void process(Tick tick) override {
         auto const held = readStream(tick, in);
         Grey const &frame = dynamic_cast<VariantType<Grey> &>(*held).value;
         writeStream(tick, out, std::accumulate(frame.first(), frame.first() + frame.count, 0));
-        writeStream(tick, address, static_cast<int>(reinterpret_cast<std::uintptr_t>(frame.first()) >> 6));
     }
 };
 
 } // namespace
 
 void registerTestNodes() {
-    static Registration<TestSource, TestMixer<true>, TestMixer<false>, TestSink, TestFail, TestFrame, TestPaint,
+    static Registration<TestSource, TestMixer<true>, TestMixer<false>, TestSink, TestFrame, TestPaint,
                         TestFrameSum> const once;
 }
 
@@ -237,22 +208,27 @@ NodeDescription node(std::string const &type, std::string const &name, Bindings 
     return result;
 }
 
-RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options) {
+RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options, Progress &progress) {
     registerTestNodes();
-    journal().clear();
-    NodeFactsTable const facts{{"TestPaint", {.changesInPlace = {"in"}}}};
+    notes = {};
     RunResult result;
-    Progress progress;
     try {
-        result.ticks = run({"test", nodes}, facts, options, progress);
+        result.ticks = run({"test", nodes}, {{"TestPaint", {.changesInPlace = {"in"}}}}, options, progress);
     } catch (std::exception const &error) {
         result.error = error.what();
     }
-    result.received = journal().received;
-    result.flushedAt = journal().flushedAt;
-    result.violations = journal().violations;
+    static_cast<Notes &>(result) = notes;
     result.bytesPeak = progress.bytesPeak;
     return result;
+}
+
+void expectFindings(Findings const &findings, std::vector<std::pair<std::string, std::string>> const &expected) {
+    for (std::size_t i = 0; i < std::max(findings.size(), expected.size()); i++) {
+        std::string const found = i < findings.size() ? findings[i].text() : "nothing";
+        auto const [begin, part] = i < expected.size() ? expected[i] : std::pair<std::string, std::string>();
+        EXPECT_TRUE(i < expected.size() && found.starts_with(begin) && found.find(part) != std::string::npos)
+            << "found:    " << found << "\nexpected: " << begin << " ... " << part;
+    }
 }
 
 } // namespace zun::engine::test

@@ -1,8 +1,10 @@
-// A node with an option of each type, a required and an optional input, and two outputs.
+// A node with an option of each type, a required and an optional input, and two outputs. NodeTest knows the lines of
+// the rows `image` and `size`.
 #pragma once
 
 #include "containers/Mat.h"
 #include "frame/Registration.h"
+#include "support/OneNode.h"
 
 class Probe : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -21,23 +23,17 @@ public:
     using Node::Node;
 
     struct Table {
-        static constexpr zun::NodeRow node{.type = "Probe",
-                                           .sourcePath = "frame/Probe",
-                                           .classCode = 1,
-                                           .parallelCode = 0,
-                                           .summary = "Shows what the frame gave it"};
-        static constexpr auto inputs =
-            zun::rows(zun::input("image", "zun::Mat<unsigned char, 2>", &Probe::image, "a frame"),
-                      zun::optionalInput("extra", "int", &Probe::extra, "a number"));
-        static constexpr auto outputs =
-            zun::rows(zun::output("options", "std::string", &Probe::options, "the option fields"),
-                      zun::output("copy", "any", &Probe::copy, "the extra number, or else the frame"));
-        static constexpr auto options =
-            zun::rows(zun::option("text", "std::string", "0xFF00FF", &Probe::text, "a text"),
-                      zun::option("number", "int", "-10", &Probe::number, "a number"),
-                      zun::option("flag", "bool", "true", &Probe::flag, "a choice"),
-                      zun::option("factor", "float", "0.25", &Probe::factor, "a factor"),
-                      zun::requiredOption("size", "zun::Vec2i", &Probe::size, "two numbers"));
+        static constexpr zun::NodeRow node{
+            .type = "Probe", .sourcePath = "frame/Probe", .classCode = 1, .parallelCode = 0};
+        static constexpr auto inputs = zun::rows(zun::input("image", "zun::Mat<unsigned char, 2>", &Probe::image, ""),
+                                                 zun::optionalInput("extra", "int", &Probe::extra, ""));
+        static constexpr auto outputs = zun::rows(zun::output("options", "std::string", &Probe::options, ""),
+                                                  zun::output("copy", "any", &Probe::copy, "extra, or else image"));
+        static constexpr auto options = zun::rows(zun::option("text", "std::string", "0xFF00FF", &Probe::text, ""),
+                                                  zun::option("number", "int", "-10", &Probe::number, ""),
+                                                  zun::option("flag", "bool", "true", &Probe::flag, ""),
+                                                  zun::option("factor", "float", "0.25", &Probe::factor, ""),
+                                                  zun::requiredOption("size", "zun::Vec2i", &Probe::size, ""));
     };
 
     void process(zun::Tick tick) override {
@@ -51,3 +47,7 @@ public:
             writeStream(tick, copy, readStream(tick, image));
     }
 };
+
+inline zun::OptionNode pair(int a, int b) {
+    return zun::OptionNode::ofVector({zun::OptionNode::ofInt(a), zun::OptionNode::ofInt(b)});
+}

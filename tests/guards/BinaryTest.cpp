@@ -1,97 +1,71 @@
-#include <limits>
-
-#include <gtest/gtest.h>
-
 #include "Guarded.h"
-#include "containers/Mat.h"
 
-namespace zun {
+namespace zun::test {
 namespace {
 
-using Frame = Mat<unsigned char, 2>;
-using Options = std::map<std::string, OptionNode>;
+using Byte = unsigned char;
 
-/// Empty if the guard passes a frame, else its reason.
-std::string reason(std::string const &type, Options const &options, Frame const &frame) {
-    auto const refusal = test::Guarded(type, options).refusal({{"input", test::valueOf(frame)}});
-    if (refusal) {
-        EXPECT_EQ(refusal->port, "input");
-    }
-    return refusal ? refusal->reason : "";
+Verdict element(int sizeX, int originX, int sizeY, int originY, Mat<Byte, 2> const &frame, char const *reason,
+                int value = 1) {
+    Options const options{{"elementSizeX", sizeX}, {"originX", originX},    {"elementSizeY", sizeY},
+                          {"originY", originY},    {"elementValue", value}, {"invert", false}};
+    return onInput(options, frame, reason);
 }
 
-OptionNode number(int value) { return OptionNode::ofInt(value); }
-
 TEST(MorphologyGuard, RefusesElementsThatReachOffTheFrame) {
-    constexpr int smallest = std::numeric_limits<int>::min(), largest = std::numeric_limits<int>::max();
-    struct {
-        int size, origin, extent;
-        char const *fault; // "#" stands for the axis
-    } const cases[] = {
-        {1, 0, 1, ""},
-        {3, 0, 2, ""},
-        {3, 2, 9, ""},
-        {3, 1, 1, "elementSize# is 3 on a frame of 1 "},
-        {largest, 0, 5, "elementSize# is 2147483647 on a frame of 5 "},
-        {1, 1, 5, "origin# is 1 with an elementSize# of 1;"},
-        {3, -1, 5, "origin# is -1 with"},
-        {3, largest, 5, "origin# is 2147483647 with"},
-        {0, 0, 5, "elementSize# is 0;"},
-        {smallest, smallest, 5, "elementSize# is -2147483648;"},
-    };
-    for (char const axis : {'X', 'Y'})
-        for (auto const &[size, origin, extent, fault] : cases) {
-            std::string expected = fault;
-            for (char &c : expected) c = c == '#' ? axis : c;
-            char const other = axis == 'X' ? 'Y' : 'X';
-            Options options{{"invert", OptionNode::ofBool(false)},
-                            {"elementValue", number(1)},
-                            {std::string("elementSize") + axis, number(size)},
-                            {std::string("origin") + axis, number(origin)},
-                            {std::string("elementSize") + other, number(2)},
-                            {std::string("origin") + other, number(1)}};
-            auto const side = [&](char of) { return of == axis ? unsigned(extent) : 4u; };
-            std::string const given = reason("ApplyHomogenousMorphology", options, Frame({side('Y'), side('X')}, 1));
-            EXPECT_EQ(given.empty(), expected.empty()) << given;
-            EXPECT_TRUE(given.starts_with(expected)) << given;
-            EXPECT_EQ(reason("ApplyHomogenousMorphology", options, Frame({0, 4})), "") << "nothing to compare";
-            options["elementValue"] = number(2);
-            EXPECT_EQ(reason("ApplyHomogenousMorphology", options, Frame({4, 4}, 1)), "") << "the node's own to refuse";
-        }
+    expectVerdicts("ApplyHomogenousMorphology",
+                   {element(1, 0, 2, 1, blank<Byte>(4, 1), ""),
+                    element(3, 0, 3, 2, blank<Byte>(2, 2), ""), // one more than the frame has
+                    element(4, 0, 2, 1, blank<Byte>(4, 2), "elementSizeX is 4 on a frame of 2 columns"),
+                    element(2, 1, 3, 1, blank<Byte>(1, 4), "elementSizeY is 3 on a frame of 1 rows"),
+                    element(largest, 0, 2, 1, blank<Byte>(4, 5), "elementSizeX is 2147483647 on a frame of 5 columns"),
+                    element(1, 1, 2, 1, blank<Byte>(4, 5), "originX is 1 with an elementSizeX of 1;"),
+                    element(2, 0, 3, 3, blank<Byte>(4, 5), "originY is 3 with an elementSizeY of 3;"),
+                    element(2, 1, 3, -1, blank<Byte>(4, 5), "originY is -1 with"),
+                    element(3, largest, 2, 1, blank<Byte>(4, 5), "originX is 2147483647 with"),
+                    element(0, 0, 2, 1, blank<Byte>(4, 5), "elementSizeX is 0;"),
+                    element(2, 1, smallest, smallest, blank<Byte>(4, 5), "elementSizeY is -2147483648;"),
+                    element(0, -1, 0, 9, blank<Byte>(0, 4), ""),   // nothing to compare
+                    element(0, 0, 2, 1, blank<Byte>(4, 4), "", 2), // the node's own to refuse
+                    element(2, 1, 2, 1, blank<Byte>(4, 6, 7), ""), // a square takes the frame as dense
+                    element(2, 1, 3, 1, blank<Byte>(4, 6, 6), ""),
+                    element(2, 1, 3, 1, blank<Byte>(4, 6, 7), "rows 7 bytes apart, which leads out of its memory")});
+}
+
+TEST(LongLinesGuard, RefusesStridesThatLeadColumnsOutOfTheFrame) {
+    Options const alongRows{{"thresholdX", .5}}, alongColumns{{"thresholdY", .5}};
+    expectVerdicts("BinaryLongLineRemover",
+                   {onInput(alongRows, blank<Byte>(4, 6, 7), ""), onInput(alongColumns, blank<Byte>(4, 6, 6), ""),
+                    onInput(alongColumns, blank<Byte>(4, 6, 7), "rows 7 bytes apart")});
 }
 
 TEST(Grey2BinarySequenceGuard, RefusesListsThatDontFitInMemory) {
-    struct {
-        int count;
-        bool both, fits; // of frames of 1 MiB
-    } const cases[] = {{4000, false, true},     {4096, false, false},  {2000, true, true}, {2048, true, false},
-                       {-1, true, true},        {1 << 30, true, true}, // the node's own to refuse
-                       {1 << 30, false, false}, {-1 << 30, true, true}};
-    for (auto const &[count, both, fits] : cases) {
-        std::string const given = reason("Grey2BinarySequence",
-                                         {{"binThresholdCount", number(count)},
-                                          {"binThresholdMin", number(0)},
-                                          {"binThresholdMax", number(0)},
-                                          {"inverted", OptionNode::ofBool(true)},
-                                          {"noninverted", OptionNode::ofBool(both)}},
-                                         Frame({1024, 1024}));
-        EXPECT_EQ(given.empty(), fits) << given;
-        EXPECT_EQ(given.starts_with("binThresholdCount is " + std::to_string(count)), !fits) << given;
-    }
+    auto const verdict = [](int count, bool both, std::string const &reason) {
+        Options const options{{"binThresholdCount", count},
+                              {"inverted", true},
+                              {"noninverted", both},
+                              {"binThresholdMin", 0},
+                              {"binThresholdMax", 0}};
+        return onInput(options, blank<Byte>(1024, 1024), reason);
+    };
+    expectVerdicts("Grey2BinarySequence",
+                   {verdict(4000, false, ""), verdict(4096, false, "binThresholdCount is 4096"),
+                    verdict(2000, true, ""), verdict(2048, true, "binThresholdCount is 2048"),
+                    verdict(1 << 30, false, "binThresholdCount is 1073741824"), verdict(1 << 30, true, ""),
+                    verdict(-1, true, ""), verdict(-1 << 30, true, "")});
 }
 
-TEST(BinaryGuards, RefuseStridesThatLeadOutOfTheFrame) {
-    Frame frame({4, 6}, 1);
-    Options const longRuns{{"thresholdY", OptionNode::ofFloat(.5)}};
-    Options const rectangle{
-        {"elementValue", number(1)}, {"invert", OptionNode::ofBool(false)}, {"elementSizeX", number(2)}};
-    for (unsigned const pitch : {6u, 7u}) {
-        frame.strides[0] = pitch;
-        EXPECT_EQ(reason("BinaryLongLineRemover", longRuns, frame).empty(), pitch == 6);
-        EXPECT_EQ(reason("ApplyHomogenousMorphology", rectangle, frame).empty(), pitch == 6);
-        EXPECT_EQ(reason("BinaryLongLineRemover", {}, frame), "") << "it only walks along rows";
-    }
+TEST(FindContoursGuard, RefusesFramesWhoseLabelsDoNotFitInMemory) {
+    auto const verdict = [](std::uint32_t rows, std::uint32_t columns, char const *reason) {
+        return onInput({}, blank<Byte>(rows, columns), reason);
+    };
+    expectVerdicts("FindContours",
+                   {verdict(0, 0, ""), verdict(4, 6, ""), verdict(0, (1u << 29) - 2, ""), // two rows of border
+                    verdict(0, (1u << 29) - 1, "0 rows and 536870911 columns"),
+                    verdict((1u << 29) - 1, 0, "536870911 rows and 0 columns"),
+                    verdict(0, 0xfffffffe, "4294967294 columns"), // with the border, sides and count wrap
+                    verdict(0xffffffff, 0, "4294967295 rows"), verdict(65536, 65536, "65536 rows")});
 }
 
 } // namespace
-} // namespace zun
+} // namespace zun::test

@@ -1,156 +1,141 @@
-#include <limits>
-#include <random>
-
-#include <gtest/gtest.h>
-
 #include "Guarded.h"
-#include "containers/Mat.h"
-#include "containers/Rect.h"
+#include "containers/Mask.h"
 
-namespace zun {
+namespace zun::test {
 namespace {
 
-using Frame = Mat<Vec3b, 2>;
+using Boxes = std::vector<Box>;
 using Points = std::vector<Vec2f>;
 
-test::Values inputs(Frame const &frame, Points const &points) {
-    return {{"image", test::valueOf(frame)}, {"points", test::valueOf(points)}};
-}
+constexpr float far = 2147483520; // 2^31 - 128
 
 TEST(DrawPointsGuard, RefusesThePointsThatFallOutOfTheFrame) {
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
-    test::Guarded const node("DrawPoints");
-    struct {
-        Points points; // in a frame of 10 rows and 20 columns
-        int refused;   // index of the point, or -1
-    } const cases[] = {
-        {{}, -1},
-        {{{0, 0}, {9, 19}, {9.9f, 19.9f}}, -1},
-        {{{-0.9f, -0.9f}}, -1},
-        {{{0, 20}, {8, 39}, {0, 199}}, -1}, // on the next rows
-        {{{9, 20}}, 0},
-        {{{0, 0}, {10, 0}}, 1},
-        {{{0, 0}, {0, 0}, {0, 200}}, 2},
-        {{{0, -1}}, 0},
-        {{{5, -1}}, 0}, // not the row above: a column of 2^32 - 1
-        {{{-1, 0}}, 0},
-        {{{nan, 0}}, 0},
-        {{{0, nan}}, 0},
-        {{{infinity, 0}}, 0},
-        {{{0, -infinity}}, 0},
-        {{{214748368.0f, 0}}, 0}, // row * columns passes 2^32 and would wrap into the frame
+    auto const verdict = [](Points const &points, char const *reason, std::uint32_t rows = 10) -> Verdict {
+        Values const inputs{{"image", valueOf(blank<Vec3b>(rows, 20))}, {"points", valueOf(points)}};
+        return {{}, inputs, "points", reason};
     };
-    Frame const frame({10, 20}, {0, 0, 0});
-    for (auto const &[points, refused] : cases) {
-        auto const refusal = node.refusal(inputs(frame, points));
-        ASSERT_EQ(refusal.has_value(), refused >= 0) << (refusal ? refusal->reason : "");
-        if (!refusal) continue;
-        EXPECT_EQ(refusal->port, "points");
-        EXPECT_TRUE(refusal->reason.starts_with("point " + std::to_string(refused) + " (row ")) << refusal->reason;
-        EXPECT_NE(refusal->reason.find("10 rows and 20 columns"), std::string::npos) << refusal->reason;
-    }
-    EXPECT_TRUE(node.refusal(inputs(Frame(), {{0, 0}})));
-    EXPECT_FALSE(node.refusal(inputs(Frame(), {})));
-}
-
-TEST(DrawPointsGuard, PassesExactlyWhatStaysInTheFrame) {
-    test::Guarded node("DrawPoints");
-    std::mt19937 random(1);
-    float const odd[] = {-1, -2147483648.0f, 2147483520.0f, 4294967296.0f, std::numeric_limits<float>::quiet_NaN()};
-    auto const coordinate = [&] {
-        return random() % 16 == 0 ? odd[random() % std::size(odd)] : static_cast<float>(random() % 60) / 4;
-    };
-    int passed = 0, refused = 0;
-    for (int round = 0; round < 5000; round++) {
-        auto const rows = unsigned(random() % 12), columns = unsigned(random() % 12);
-        Points points(random() % 4);
-        for (Vec2f &point : points) point = {coordinate(), coordinate()};
-        auto const values = inputs(Frame({rows, columns}, {0, 0, 0}), points);
-        auto const refusal = node.refusal(values);
-        bool leaves = false;
-        for (Vec2f const &point : points) {
-            bool const odds = !(point[0] > -1 && point[0] < 1e6f && point[1] > -1 && point[1] < 1e6f);
-            leaves = leaves || odds || unsigned(point[0]) * columns + unsigned(point[1]) >= rows * columns;
-        }
-        ASSERT_EQ(refusal.has_value(), leaves) << (refusal ? refusal->reason : "");
-        (leaves ? refused : passed)++;
-        if (!refusal) node.output(values); // a sanitizer sees it leave its frame
-    }
-    EXPECT_GT(passed, 500);
-    EXPECT_GT(refused, 500);
+    expectVerdicts("DrawPoints",
+                   {verdict({}, ""), verdict({{0, 0}, {9, 19}, {9.9f, 19.9f}}, ""), verdict({{-0.9f, -0.9f}}, ""),
+                    verdict({{0, 20}, {8, 39}, {0, 199}}, ""), // on the next rows
+                    verdict({{9, 20}}, "point 0 (row 9, column 20) lies outside the frame of 10 rows and 20 columns"),
+                    verdict({{0, 0}, {10, 0}}, "point 1 (row 10, "),
+                    verdict({{0, 0}, {0, 0}, {0, 200}}, "point 2 (row 0, "), verdict({{0, -1}}, "point 0"),
+                    verdict({{5, -1}}, "point 0"), // not the row above: a column of 2^32 - 1
+                    verdict({{-1, 0}}, "point 0"), verdict({{nan, 0}}, "point 0"), verdict({{0, nan}}, "point 0"),
+                    verdict({{infinity, 0}}, "point 0"), verdict({{0, -infinity}}, "point 0"),
+                    verdict({{214748368.0f, 0}}, "point 0"), // row * columns would wrap into the frame
+                    verdict({{0, 0}}, "point 0", 0), verdict({}, "", 0)});
 }
 
 TEST(DrawTextGuard, RefusesAStringWithoutALocation) {
-    auto const refusal = [](std::size_t strings, std::size_t locations, char const *colour) {
-        test::Guarded const node("DrawText", {{"colour", OptionNode::ofString(colour)}});
-        auto const answer = node.refusal({{"frames", test::valueOf(Frame({2, 2}))},
-                                          {"strings", test::valueOf(std::vector<std::string>(strings))},
-                                          {"locations", test::valueOf(Points(locations))}});
-        return answer ? answer->port + ": " + answer->reason : "";
+    auto const verdict = [](std::size_t strings, std::size_t locations, char const *colour, char const *reason) {
+        Values const inputs{{"frames", valueOf(blank<Vec3b>(2, 2))},
+                            {"strings", valueOf(std::vector<std::string>(strings))},
+                            {"locations", valueOf(Points(locations))}};
+        return Verdict{{{"colour", colour}}, inputs, "locations", reason};
     };
-    EXPECT_EQ(refusal(0, 0, "#123456"), "");
-    EXPECT_EQ(refusal(2, 3, "#123456"), "");
-    EXPECT_EQ(refusal(3, 2, "#123456"), "locations: string 2 has no location: there are 3 strings and 2 locations; "
-                                        "send one for each");
-    EXPECT_EQ(refusal(3, 2, "#12345"), "") << "the node fails for the colour before that";
-    EXPECT_NE(refusal(3, 0, "#12345"), "") << "but only after it read a location";
+    expectVerdicts("DrawText",
+                   {verdict(0, 0, "#123456", ""), verdict(2, 3, "#123456", ""),
+                    verdict(3, 2, "#123456", "string 2 has no location: there are 3 strings and 2 locations"),
+                    verdict(3, 2, "#12345", ""),           // the node fails for the colour before that
+                    verdict(3, 0, "#12345", "string 0")}); // but only after it read a location
 }
 
-TEST(DrawBoxesGuard, RefusesWhatLeadsOutOfTheFrameAndABoxWithoutAText) {
-    using Boxes = std::vector<Box>;
-    constexpr int largest = std::numeric_limits<int>::max();
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN(), far = 2147483520; // 2^31 - 128
-    struct Case {
-        Boxes boxes; // in a frame of 10 rows and 20 columns
-        bool filled;
-        char const *refused; // how the refusal begins; empty for none
-        bool clamp = true;
-        int thickness = 1;
-        std::size_t labels = 4;
-        char const *colour = "#123456";
-    } const cases[] = {
-        {{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}}, true, ""},
-        {{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}}, false, "", true, 1000},
-        {{{-2147483648.0f, 0, -far, 5}}, true, ""}, // its right side wraps to column 128
-        {{{1, 1, 2, 2}, {far, 0, 200, 5}}, true, "boxes: box 1 (x 2.14748e+09, y 0, width 200, height 5) leads out"},
-        {{{0, far, 5, 200}}, true, "boxes: box 0 "},
-        {{{far, 0, 200, 5}}, true, "boxes: box 0 ", false},       // of the same area as its part
-        {{{0, 0, 99, 5}, {far, 0, 200, 5}}, true, "", false},     // the node's own failure
-        {{{far, 0, 200, 5}}, true, "", true, 1, 4, "#12345"},     // likewise
-        {{{0, 0, 5, 5}}, false, "", true, -largest},              // top and bottom have no rows
-        {{{0, 1, 5, 5}}, false, "boxes: box 0 ", true, -largest}, // the top band wraps
-        {{{1, 1, 5, 5}}, false, "", true, -largest - 1},
-        {{{0, 0, 9, 9}}, false, "", true, largest - 9},
-        {{{0, 0, 5, 5}}, false, "boxes: box 0 ", true, largest}, // the right band wraps
-        {{{0, 0, 1, 1}, {1, 1, 1, 1}},
-         false,
-         "text: box 1 (x 1, y 1, width 1, height 1) has no text: there are 2 ",
-         true,
-         1,
-         1},
-        {{{0, 0, 1, 1}, {1, 1, 99, 1}}, false, "", false, 1, 1}, // fails before it reads the label
+/// On a frame of 10 rows and 20 columns. Only for a box without a text the refusal is of the texts.
+Verdict boxed(Boxes const &boxes, Options const &options, std::string const &reason, std::size_t labels = 4) {
+    Values const inputs{{"frames", valueOf(blank<Vec3b>(10, 20))},
+                        {"boxes", valueOf(boxes)},
+                        {"text", valueOf(std::vector<std::string>(labels))}};
+    return {options, inputs, reason.find("no text") != std::string::npos ? "text" : "boxes", reason};
+}
+
+TEST(DrawBoxesGuard, RefusesWhatLeadsOutOfTheFrame) {
+    Boxes const odd{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}};
+    Options const filled{{"filled", true}};
+    auto const outlined = [](Box const &box, int thickness, char const *reason) {
+        return boxed({box}, {{"lineThickness", thickness}}, reason);
     };
-    for (Case const &given : cases) {
-        test::Guarded node("DrawBoxes", {{"filled", OptionNode::ofBool(given.filled)},
-                                         {"clamp", OptionNode::ofBool(given.clamp)},
-                                         {"lineThickness", OptionNode::ofInt(given.thickness)},
-                                         {"colour", OptionNode::ofString(given.colour)}});
-        test::Values const values{{"frames", test::valueOf(Frame({10, 20}, {0, 0, 0}))},
-                                  {"boxes", test::valueOf(given.boxes)},
-                                  {"text", test::valueOf(std::vector<std::string>(given.labels))}};
-        auto const refusal = node.refusal(values);
-        std::string const text = refusal ? refusal->port + ": " + refusal->reason : "";
-        auto const place = &given - cases;
-        EXPECT_EQ(text.empty(), *given.refused == 0) << place << ": " << text;
-        EXPECT_TRUE(text.starts_with(given.refused)) << place << ": " << text;
-        if (refusal) continue;
-        try { // a sanitizer sees it leave its frame
-            node.output(values);
-        } catch (Exception const &) {
-            EXPECT_TRUE(!given.clamp || given.colour[6] == 0) << place;
-        }
-    }
+    expectVerdicts(
+        "DrawBoxes",
+        {boxed(odd, filled, ""), boxed(odd, {{"lineThickness", 1000}}, ""),
+         boxed({{-2147483648.0f, 0, -far, 5}}, filled, ""), // its right side wraps to column 128
+         boxed({{1, 1, 2, 2}, {far, 0, 200, 5}}, filled, "box 1 (x 2.14748e+09, y 0, width 200, height 5) leads out"),
+         boxed({{0, far, 5, 200}}, filled, "box 0 "),
+         boxed({{far, 0, 200, 5}}, {{"filled", true}, {"clamp", false}}, "box 0 "), // of the same area as its part
+         boxed({{0, 0, 99, 5}, {far, 0, 200, 5}}, {{"filled", true}, {"clamp", false}}, ""), // the node's own failure
+         boxed({{far, 0, 200, 5}}, {{"filled", true}, {"colour", "#12345"}}, ""),            // likewise
+         outlined({0, 0, 5, 5}, -largest, ""),       // top and bottom have no rows
+         outlined({0, 1, 5, 5}, -largest, "box 0 "), // the top band wraps
+         outlined({1, 1, 5, 5}, -largest - 1, ""), outlined({0, 0, 9, 9}, largest - 9, ""),
+         outlined({0, 0, 5, 5}, largest, "box 0 ")}); // the right band wraps
+}
+
+TEST(DrawBoxesGuard, RefusesABoxWithoutAText) {
+    expectVerdicts("DrawBoxes", {boxed({{0, 0, 1, 1}, {1, 1, 1, 1}}, {},
+                                       "box 1 (x 1, y 1, width 1, height 1) has no text: there are 2 ", 1),
+                                 // Fails before it reads the label.
+                                 boxed({{0, 0, 1, 1}, {1, 1, 99, 1}}, {{"clamp", false}}, "", 1)});
+}
+
+TEST(MaskFactoryGuard, RefusesBoxesThatNoMaskCanHold) {
+    auto const verdict = [](Box const &first, Box const &second, char const *reason) -> Verdict {
+        return {{{"maskShape", 1}}, {{"rectangles", valueOf(std::vector<Box>{first, second})}}, "rectangles", reason};
+    };
+    Box const one{0, 0, 1, 1}, half{0, 0, 65536, 40000};
+    expectVerdicts(
+        "MaskFactory",
+        {verdict(one, {-9, -9, 3, 3}, ""), verdict(one, {nan, nan, 3, 3}, ""), verdict(one, {0, 0, 0, nan}, ""),
+         verdict(one, {0, 0, -5, .4f}, ""), verdict(one, {0, 0, 65536, 65535}, ""),
+         verdict(one, {0, 0, 65536, 65536}, "box 1, rounded to (x 0, y 0, width 65536, height 65536), is larger"),
+         verdict(one, {0, 0, -5, 3}, "negative size"),
+         verdict(one, {0, 0, -5, -3}, "box 1, rounded to (x 0, y 0, width -5, height -3), has a negative size"),
+         verdict(one, {0, 0, nan, 1}, "negative size"),
+         verdict(half, half,
+                 "box 1, rounded to (x 0, y 0, width 65536, height 40000), brings the masks to more than 4 GiB")});
+}
+
+/// For a second mask and a second source, on a target of 4 rows and 6 columns.
+Verdict masked(bool fullSize, Rect<int> const &rectangle, Shape<2> const &mask, Shape<2> const &source,
+               char const *reason, std::uint32_t targetPitch = 6) {
+    std::vector<Mask> const masks{{{0, 0, 1, 1}, blank<unsigned char>(1, 1)},
+                                  {rectangle, blank<unsigned char>(mask[0], mask[1])}};
+    std::vector<Frame> const sources{blank<Vec3b>(9, 9), blank<Vec3b>(source[0], source[1])};
+    return {{{"fullSize", fullSize}},
+            {{"masks", valueOf(masks)},
+             {"sourceFrames", valueOf(sources)},
+             {"targetFrames", valueOf(blank<Vec3b>(4, 6, targetPitch))}},
+            std::string(reason).starts_with("source") ? "sourceFrames" : "masks",
+            reason};
+}
+
+TEST(ApplyMaskGuard, RefusesMasksThatLeaveTheTarget) {
+    for (bool const fullSize : {true, false})
+        expectVerdicts(
+            "ApplyMask",
+            {masked(fullSize, {0, 0, 6, 4}, {4, 6}, {4, 6}, ""),
+             masked(fullSize, {1, 2, 3, 2}, {1, 4}, {9, 9}, ""), // fewer elements than the rectangle
+             masked(fullSize, {1, 0, 6, 4}, {4, 6}, {9, 9}, "leaves the target frame of 4 rows and 6 columns"),
+             masked(fullSize, {0, 1, 6, 4}, {4, 6}, {9, 9}, "mask 1 (x 0, y 1, width 6, height 4) leaves"),
+             masked(fullSize, {-1, 1, 2, 2}, {2, 2}, {9, 9}, "leaves the target"),
+             masked(fullSize, {0, -1, 2, 2}, {2, 2}, {9, 9}, "leaves the target"),
+             masked(fullSize, {2147483647, 0, 1, 1}, {1, 1}, {9, 9}, "leaves the target"),
+             masked(fullSize, {0, 0, 3, 2}, {7, 1}, {9, 9}, "mask 1 (x 0, y 0, width 3, height 2) has 7 elements"),
+             masked(fullSize, {0, 0, -2, -2}, {2, 2}, {9, 9}, "no area"),
+             masked(fullSize, {0, 0, 0, 4}, {1, 1}, {9, 9}, "no area"),
+             masked(fullSize, {-50, 90, -3, 0}, {0, 3}, {0, 0}, ""), // no element: nothing is pasted
+             masked(fullSize, {0, 0, 6, 4}, {4, 6}, {9, 9}, "leads out of the memory", 7)});
+}
+
+TEST(ApplyMaskGuard, RefusesMasksThatLeaveASource) {
+    Verdict odd = masked(true, {90, 0, 1, 1}, {1, 1}, {9, 9}, "");
+    odd.inputs["sourceFrames"] = valueOf(std::vector<Frame>(3)); // the node's own to refuse
+    expectVerdicts(
+        "ApplyMask",
+        {odd, masked(true, {1, 1, 3, 2}, {2, 3}, {3, 3}, "source frame 1 of 3 rows and 3 columns is too small: mask 1"),
+         masked(false, {1, 1, 3, 2}, {2, 3}, {3, 3}, ""), masked(true, {0, 0, 3, 2}, {2, 3}, {1, 6}, "source frame 1"),
+         masked(false, {0, 0, 3, 2}, {2, 3}, {1, 6}, ""),
+         masked(false, {0, 0, 3, 2}, {2, 3}, {1, 5}, "source frame 1 of 1 rows and 5 columns has fewer pixels")});
 }
 
 } // namespace
-} // namespace zun
+} // namespace zun::test

@@ -1,13 +1,10 @@
-#include <gtest/gtest.h>
+#include "Guarded.h"
 
-#include "guards/Guards.h"
-#include "support/OneNode.h"
-
-namespace zun {
+namespace zun::test {
 namespace {
 
 TEST(Facts, SpeakOfRegisteredTypesAndTheirPorts) {
-    test::loadLibrary(ZUN_IMGPROC);
+    loadLibrary(ZUN_IMGPROC);
     for (auto const &[type, facts] : guards::facts()) {
         SCOPED_TRACE(type);
         NodeRegistry::Entry const *const entry = NodeRegistry::find(type);
@@ -17,8 +14,8 @@ TEST(Facts, SpeakOfRegisteredTypesAndTheirPorts) {
             EXPECT_TRUE(entry->specification.outputs.contains(output)) << output;
             EXPECT_TRUE(input.empty() || entry->specification.inputs.contains(input)) << input;
         }
-        NodeConfig const config = test::connected(type);
         if (facts.guard) {
+            NodeConfig const config = connected(type);
             EXPECT_FALSE(facts.guard(engine::GuardView(config, 0, {}))) << "nothing to judge";
         }
     }
@@ -27,4 +24,4 @@ TEST(Facts, SpeakOfRegisteredTypesAndTheirPorts) {
 }
 
 } // namespace
-} // namespace zun
+} // namespace zun::test

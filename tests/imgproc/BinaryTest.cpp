@@ -1,64 +1,30 @@
-#include <cmath>
-#include <limits>
 #include <numeric>
-#include <random>
-#include <stdexcept>
-
-#include <gtest/gtest.h>
 
 #include "ImgprocNode.h"
-#include "containers/Mat.h"
-#include "support/Failures.h"
-#include "support/Frames.h"
 
-namespace zun {
+namespace zun::test {
 namespace {
 
-using Frame = Mat<unsigned char, 2>;
-using Bytes = std::vector<unsigned char>;
-using Options = std::map<std::string, OptionNode>;
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
-
-OptionNode number(int value) { return OptionNode::ofInt(value); }
-OptionNode flag(bool value) { return OptionNode::ofBool(value); }
-OptionNode fraction(float value) { return OptionNode::ofFloat(value); }
-
-Frame frameOf(std::uint32_t columns, Bytes const &bytes) {
-    Frame const frame({std::uint32_t(bytes.size()) / columns, columns});
-    std::copy(bytes.begin(), bytes.end(), frame.first());
-    return frame;
-}
-
-/// Mostly 0 and 1 in stretches, some pixels of other values.
-Frame randomBinary(std::uint32_t rows, std::uint32_t columns, std::mt19937 &random) {
-    Frame const frame({rows, columns});
+/// Mostly 0 and 1, some pixels of other values.
+Grey randomBinary(int rows, int columns, std::mt19937 &random) {
+    Grey const frame({unsigned(rows), unsigned(columns)});
     unsigned const rarity = 2 + unsigned(random() % 12);
-    unsigned char const usual = random() % 2;
     for (std::uint32_t i = 0; i < frame.count; i++)
-        frame.first()[i] = static_cast<unsigned char>(random() % rarity != 0 ? usual
-                                                      : random() % 8 != 0    ? 1 - usual
-                                                                             : 2 + random() % 254);
+        frame.first()[i] = static_cast<unsigned char>(random() % rarity != 0 ? 1 : random() % 8 != 0 ? 0 : random());
     return frame;
 }
 
-template <class Result = Frame>
-Result run(std::string const &type, Frame const &frame, Options const &options) {
-    test::ImgprocNode node(type, options);
-    return test::held<Result>(node.output({{"input", test::valueOf(frame)}}));
-}
-
-std::vector<Frame> levels(Frame const &frame, int count, int least, int most, bool inverted, bool noninverted) {
-    return run<std::vector<Frame>>("Grey2BinarySequence", frame,
-                                   {{"binThresholdCount", number(count)},
-                                    {"binThresholdMin", number(least)},
-                                    {"binThresholdMax", number(most)},
-                                    {"inverted", flag(inverted)},
-                                    {"noninverted", flag(noninverted)}});
+std::vector<Grey> levels(Grey const &frame, int count, int least, int most, bool inverted, bool noninverted) {
+    return run<std::vector<Grey>>("Grey2BinarySequence",
+                                  {{"binThresholdCount", count},
+                                   {"binThresholdMin", least},
+                                   {"binThresholdMax", most},
+                                   {"inverted", inverted},
+                                   {"noninverted", noninverted}},
+                                  {{"input", valueOf(frame)}});
 }
 
 TEST(Grey2BinarySequence, SpacesItsThresholdsInInts) {
-    constexpr int smallest = std::numeric_limits<int>::min(), largest = std::numeric_limits<int>::max();
     struct {
         int count, least, most;
         std::vector<int> series;
@@ -71,92 +37,80 @@ TEST(Grey2BinarySequence, SpacesItsThresholdsInInts) {
         {4, 0, largest, {0, 715827882, 0, 715827881}},        // products wrap to -2 and 2147483645
         {0, 1, 2, {}},
     };
-    Frame const all({1, 256});
+    Grey const all({1, 256});
     std::iota(all.first(), all.first() + 256, static_cast<unsigned char>(0));
     for (auto const &[count, least, most, series] : cases) {
-        auto const both = levels(all, count, least, most, true, true);
+        std::vector<Grey> const both = levels(all, count, least, most, true, true);
         ASSERT_EQ(both.size(), 2 * series.size());
-        for (std::size_t i = 0; i < series.size(); i++)
-            for (int pixel = 0; pixel < 256; pixel++) {
-                ASSERT_EQ(both[2 * i].first()[pixel], series[i] <= pixel) << count << ", " << i << ", " << pixel;
-                ASSERT_EQ(both[2 * i + 1].first()[pixel], series[i] > pixel) << count << ", " << i << ", " << pixel;
-            }
-        if (!series.empty()) {
-            EXPECT_EQ(test::elements(levels(all, count, least, most, true, false)[0]), test::elements(both[1]));
+        for (std::size_t i = 0; i < both.size(); i++) {
+            bool const inverted = i % 2 != 0;
+            for (int pixel = 0; pixel < 256; pixel++)
+                ASSERT_EQ(both[i].first()[pixel], (series[i / 2] <= pixel) != inverted) << count << ", " << i;
+            EXPECT_EQ(elements(levels(all, count, least, most, inverted, !inverted)[i / 2]), elements(both[i]));
         }
     }
-    EXPECT_EQ(levels(Frame({0, 4}), 3, 0, 9, true, true).at(5).shape, (Shape<2>{0, 4}));
+    EXPECT_EQ(levels(Grey({0, 4}), 3, 0, 9, true, true).at(5).shape, (Shape<2>{0, 4}));
 }
 
 TEST(Grey2BinarySequence, FailsAsAListOnANegativeLength) {
-    for (int const count : {-1, 1 << 30, (1 << 30) + 5}) {
-        try {
-            levels(Frame({1, 1}, 0), count, 0, 9, true, true);
-            ADD_FAILURE() << count;
-        } catch (std::length_error const &failure) {
-            EXPECT_STREQ(failure.what(), "vector<T> too long");
-        }
-    }
-    EXPECT_TRUE(levels(Frame({1, 1}, 0), std::numeric_limits<int>::min(), 0, 9, true, true).empty()) << "wraps to 0";
-    EXPECT_TRUE(levels(Frame({1, 1}, 0), -1, 0, 9, false, false).empty());
+    Grey const frame({1, 1}, 0);
+    for (int const count : {-1, 1 << 30, (1 << 30) + 5})
+        EXPECT_EQ(lengthErrorOf([&] { levels(frame, count, 0, 9, true, true); }), "vector<T> too long") << count;
+    EXPECT_TRUE(levels(frame, smallest, 0, 9, true, true).empty()) << "wraps to 0";
+    EXPECT_TRUE(levels(frame, -1, 0, 9, false, false).empty());
 }
 
 struct Element {
     int columns, rows, originColumn, originRow;
 };
 
-Frame match(Frame const &frame, Element const &element, int value, bool invert) {
-    return run("ApplyHomogenousMorphology", frame,
-               {{"elementSizeX", number(element.columns)},
-                {"elementSizeY", number(element.rows)},
-                {"originX", number(element.originColumn)},
-                {"originY", number(element.originRow)},
-                {"elementValue", number(value)},
-                {"invert", flag(invert)}});
+Grey match(Grey const &frame, Element const &element, int value, bool invert) {
+    return filtered("ApplyHomogenousMorphology",
+                    {{"elementSizeX", element.columns},
+                     {"elementSizeY", element.rows},
+                     {"originX", element.originColumn},
+                     {"originY", element.originRow},
+                     {"elementValue", value},
+                     {"invert", invert}},
+                    frame);
 }
 
 TEST(ApplyHomogenousMorphology, ComparesWhatTheElementCoversOfTheFrame) {
     std::mt19937 random(1);
+    auto const below = [&](int end) { return int(random() % unsigned(end)); };
     for (int round = 0; round < 3000; round++) {
-        int const rows = 1 + int(random() % 12), columns = 1 + int(random() % 40);
-        auto const size = [&](int extent) { return 1 + int(random() % unsigned(extent + 1)); };
-        Element element{size(columns), size(rows), 0, 0};
-        if (round % 2 == 0) element.columns = element.rows = std::min(element.columns, element.rows);
-        element.originColumn = int(random() % unsigned(element.columns));
-        element.originRow = int(random() % unsigned(element.rows));
-        Frame const frame = randomBinary(unsigned(rows), unsigned(columns), random);
-        int const value = int(random() % 2);
-        bool const invert = random() % 2 == 0;
-        Frame const result = match(frame, element, value, invert);
+        int const rows = 1 + below(12), columns = 1 + below(40), value = below(2);
+        int const width = 1 + below(columns + 1), height = 1 + below(rows + 1);
+        Element const element{width, height, below(width), below(height)};
+        Grey const frame = randomBinary(rows, columns, random), result = match(frame, element, value, round % 2 == 0);
         for (int y = 0; y < rows; y++)
             for (int x = 0; x < columns; x++) {
                 bool hit = true;
-                for (int r = y - element.originRow; r < y - element.originRow + element.rows; r++)
-                    for (int c = x - element.originColumn; c < x - element.originColumn + element.columns; c++)
-                        if (r >= 0 && r < rows && c >= 0 && c < columns && frame.first()[r * columns + c] != value)
-                            hit = false;
-                ASSERT_EQ(result.first()[y * columns + x], hit != invert)
-                    << rows << " x " << columns << ", element " << element.rows << " x " << element.columns << ", at "
-                    << y << ", " << x;
+                int const top = y - element.originRow, left = x - element.originColumn;
+                for (int r = std::max(top, 0); r < std::min(top + height, rows); r++)
+                    for (int c = std::max(left, 0); c < std::min(left + width, columns); c++)
+                        hit = hit && frame.first()[r * columns + c] == value;
+                ASSERT_EQ(result.first()[y * columns + x], hit != (round % 2 == 0))
+                    << round << " at " << y << ", " << x;
             }
     }
 }
 
 TEST(ApplyHomogenousMorphology, RefusesOtherValuesAtTheTick) {
     for (int const value : {2, -1, 256})
-        for (Frame const &frame : {Frame({2, 2}, 0), Frame()})
-            test::expectFailureWithoutLocation(
-                [&] {
-                    match(frame, {3, 3, 1, 1}, value, false);
-                },
-                "ApplyHomogenousMorphology elementValue must be either 0 or 1");
-    for (Shape<2> const shape : {Shape<2>{0, 0}, Shape<2>{0, 4}, Shape<2>{4, 0}})
-        EXPECT_EQ(match(Frame(shape), {0, -3, 7, 9}, 1, false).shape, shape) << "no element matters";
-    EXPECT_EQ(test::elements(run("ApplyHomogenousMorphology", frameOf(3, {1, 1, 1, 1, 1, 1, 1, 1, 0}),
-                                 {{"elementValue", number(1)}, {"invert", flag(false)}})),
+        for (Grey const &frame : {Grey({2, 2}, 0), Grey()}) {
+            Element const element{3, 3, 1, 1};
+            expectFailureWithoutLocation([&] { match(frame, element, value, false); },
+                                         "ApplyHomogenousMorphology elementValue must be either 0 or 1");
+        }
+    EXPECT_EQ(match(Grey({0, 4}), {0, -3, 7, 9}, 1, false).shape, (Shape<2>{0, 4})) << "no element matters";
+    EXPECT_EQ(elements(filtered("ApplyHomogenousMorphology", {{"elementValue", 1}, {"invert", false}},
+                                frameOf<unsigned char>({3, 3}, {1, 1, 1, 1, 1, 1, 1, 1, 0}))),
               (Bytes{1, 1, 1, 1, 0, 0, 1, 0, 0}))
         << "3 x 3 about its middle if not told otherwise";
 }
+
+char const *const dominated = "BinaryDominatedRowColRemover";
 
 TEST(BinaryDominatedRowColRemover, OverwritesLinesByTheirFractionOfForeground) {
     struct {
@@ -178,91 +132,66 @@ TEST(BinaryDominatedRowColRemover, OverwritesLinesByTheirFractionOfForeground) {
         {{255, 0, 0, 0}, -62.8f, true, {1, 1, 1, 1}},
         {{1, 0, 1, 0}, infinity, false, {1, 0, 1, 0}},
     };
+    for (auto const &[line, threshold, inverted, result] : cases) {
+        Options options{{"threshold", threshold}, {"inverted", inverted}};
+        EXPECT_EQ(elements(filtered(dominated, options, frameOf({1, 4}, line))), result) << threshold;
+        options["horizontal"] = Option(false);
+        EXPECT_EQ(elements(filtered(dominated, options, frameOf({4, 1}, line))), result) << threshold;
+    }
+}
+
+TEST(BinaryDominatedRowColRemover, TreatsColumnsAsItDoesRows) {
     std::mt19937 random(2);
-    for (auto const &[line, threshold, inverted, result] : cases)
-        for (std::uint32_t const lines : {1u, 3u, 64u, 130u}) {
-            // One line of the case among random ones, as a row and as a column.
-            Frame const rows = randomBinary(lines, 4, random), columns({4, lines});
-            auto const at = std::uint32_t(random() % lines);
-            std::copy(line.begin(), line.end(), rows.first() + at * 4);
-            for (std::uint32_t i = 0; i < rows.count; i++) columns.first()[i % 4 * lines + i / 4] = rows.first()[i];
-            Options options{{"threshold", fraction(threshold)}, {"inverted", flag(inverted)}};
-            Frame const byRows = run("BinaryDominatedRowColRemover", rows, options);
-            options["horizontal"] = flag(false);
-            Frame const byColumns = run("BinaryDominatedRowColRemover", columns, options);
-            EXPECT_EQ(Bytes(byRows.first() + at * 4, byRows.first() + at * 4 + 4), result) << threshold;
-            for (std::uint32_t i = 0; i < rows.count; i++)
-                ASSERT_EQ(byColumns.first()[i % 4 * lines + i / 4], byRows.first()[i]) << lines << ", " << i;
-        }
+    Grey const rows = randomBinary(130, 9, random), before = rows.clone(), columns({9, 130});
+    auto const turned = [](std::uint32_t i) { return i % 9 * 130 + i / 9; };
+    for (std::uint32_t i = 0; i < rows.count; i++) columns.first()[turned(i)] = rows.first()[i];
+    Grey const byRows = filtered(dominated, {{"threshold", .8}}, rows);
+    Grey const byColumns = filtered(dominated, {{"threshold", .8}, {"horizontal", false}}, columns);
+    for (std::uint32_t i = 0; i < rows.count; i++) ASSERT_EQ(byColumns.first()[turned(i)], byRows.first()[i]) << i;
+    EXPECT_EQ(elements(rows), elements(before)) << "the input is not changed";
     for (bool const horizontal : {true, false})
-        EXPECT_EQ(run("BinaryDominatedRowColRemover", Frame({4, 0}),
-                      {{"threshold", fraction(0)}, {"horizontal", flag(horizontal)}})
-                      .shape,
+        EXPECT_EQ(filtered(dominated, {{"threshold", 0.0}, {"horizontal", horizontal}}, Grey({4, 0})).shape,
                   (Shape<2>{4, 0}));
 }
 
-/// The sweep along a line as it is defined: step by step, writing what may have been written before.
-void sweep(Bytes const &in, unsigned char *out, std::size_t step, float threshold, bool inverted) {
-    float const product = float(in.size()) * threshold;
-    int const least = product < 2147483648.0f ? int(product) : std::numeric_limits<int>::min();
-    int runLength = 0;
-    std::size_t runStart = 0;
-    auto const write = [&](std::size_t end) {
-        for (std::size_t i = runStart; i < end; i++) out[i * step] = inverted;
-    };
-    for (std::size_t p = 0; p < in.size(); p++) {
-        if (in[p] == (inverted ? 0 : 1)) {
-            if (runLength == 0) runStart = p;
-            runLength++;
-        } else {
-            if (runLength >= least && runStart != p) write(p);
-            runLength = 0;
-        }
-    }
-    if (runLength >= least) write(in.size());
-}
-
-TEST(BinaryLongLineRemover, ErasesTheRunsThatTheSweepErases) {
-    std::mt19937 random(3);
-    float const thresholds[] = {0, -1, nan, infinity, 1e30f, 1e-30f, .01f, .1f, .25f, .35f, .5f, 1, 1.01f};
-    for (int round = 0; round < 4000; round++) {
-        auto const rows = std::uint32_t(random() % 12), columns = std::uint32_t(random() % 80);
-        Frame const frame = randomBinary(rows, columns, random), expected = frame.clone();
-        float const x = thresholds[random() % std::size(thresholds)], y = thresholds[random() % std::size(thresholds)];
-        bool const inverted = random() % 2 == 0;
-        for (std::uint32_t row = 0; x > 0 && columns > 0 && row < rows; row++)
-            sweep(Bytes(frame.first() + row * columns, frame.first() + (row + 1) * columns),
-                  expected.first() + row * columns, 1, x, inverted);
-        for (std::uint32_t column = 0; y > 0 && rows > 0 && column < columns; column++) {
-            Bytes line(rows);
-            for (std::uint32_t row = 0; row < rows; row++) line[row] = frame.first()[row * columns + column];
-            sweep(line, expected.first() + column, columns, y, inverted);
-        }
-        auto const result =
-            run("BinaryLongLineRemover", frame,
-                {{"thresholdX", fraction(x)}, {"thresholdY", fraction(y)}, {"inverted", flag(inverted)}});
-        ASSERT_EQ(test::elements(result), test::elements(expected))
-            << rows << " x " << columns << ", " << x << ", " << y << ", " << inverted;
-    }
-}
-
 TEST(BinaryLongLineRemover, CountsTheRunsLengthInWholePixels) {
+    Bytes const run(10, 1), tattered{7, 1, 1, 7, 7, 0, 7, 1, 7, 7};
+    Bytes const allButBeforeRuns{7, 0, 0, 0, 0, 0, 7, 0, 0, 0};
     struct {
         float threshold;
+        bool inverted;
         Bytes in, out;
     } const cases[] = {
-        {.25f, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}}, // at least 2
-        {.35f, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}}, // at least 3
-        {.05f, {7, 1, 1, 7, 7, 0, 7, 1, 7, 7}, {7, 0, 0, 0, 0, 0, 7, 0, 0, 0}}, // all but what is just before a run
-        {0, {1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, {1, 1, 1, 1, 1, 1, 1, 1, 1, 1}},
+        {.25f, false, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}}, // at least 2
+        {.35f, false, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}}, // at least 3
+        {.35f, true, {1, 0, 0, 1, 0, 0, 0, 5, 0, 0}, {1, 0, 0, 1, 1, 1, 1, 5, 0, 0}},
+        {.05f, false, tattered, allButBeforeRuns},  // at least none
+        {1e30f, false, tattered, allButBeforeRuns}, // what no int holds is the smallest
+        {infinity, false, tattered, allButBeforeRuns},
+        {nan, false, tattered, tattered},
+        {0, false, run, run},
+        {-1, false, run, run},
+        {1, false, run, Bytes(10, 0)},
+        {1.1f, false, run, run},
+        {1, false, {}, {}},
     };
-    for (auto const &[threshold, in, out] : cases) {
-        EXPECT_EQ(test::elements(run("BinaryLongLineRemover", frameOf(10, in), {{"thresholdX", fraction(threshold)}})),
-                  out);
-        EXPECT_EQ(test::elements(run("BinaryLongLineRemover", frameOf(1, in), {{"thresholdY", fraction(threshold)}})),
-                  out);
+    for (auto const &[threshold, inverted, in, out] : cases) {
+        auto const length = std::uint32_t(in.size());
+        auto const erased = [&, t = threshold, i = inverted](char const *option, Grey const &frame) {
+            return elements(filtered("BinaryLongLineRemover", {{option, t}, {"inverted", i}}, frame));
+        };
+        EXPECT_EQ(erased("thresholdX", frameOf({1, length}, in)), out) << threshold;
+        EXPECT_EQ(erased("thresholdY", frameOf({length, 1}, in)), out) << threshold;
     }
+}
+
+TEST(BinaryLongLineRemover, LooksForBothDirectionsInTheFrameThatCameIn) {
+    Grey const frame = frameOf<unsigned char>({3, 4}, {1, 1, 1, 0, /**/ 1, 0, 0, 1, /**/ 0, 0, 1, 1}),
+               in = frame.clone();
+    EXPECT_EQ(elements(filtered("BinaryLongLineRemover", {{"thresholdX", .75}, {"thresholdY", .7}}, frame)),
+              (Bytes{0, 0, 0, 0, /**/ 0, 0, 0, 0, /**/ 0, 0, 1, 0}));
+    EXPECT_EQ(elements(frame), elements(in)) << "the input is not changed";
 }
 
 } // namespace
-} // namespace zun
+} // namespace zun::test

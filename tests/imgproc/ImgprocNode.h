@@ -1,28 +1,102 @@
-// A node of the plug-in on its own.
+// Nodes of the plug-in on their own, and short ways to say what they are given.
 #pragma once
 
+#include <algorithm>
+#include <initializer_list>
+#include <limits>
 #include <map>
+#include <set>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include <gtest/gtest.h>
+
+#include "containers/Mat.h"
+#include "containers/Rect.h"
+#include "support/Failures.h"
+#include "support/Frames.h"
 #include "support/OneNode.h"
 
 namespace zun::test {
 
-struct ImgprocNode {
-    explicit ImgprocNode(std::string const &type, std::map<std::string, OptionNode> const &options = {})
-        : one((loadLibrary(ZUN_IMGPROC), type), options) {}
+using Frame = Mat<Vec3b, 2>;
+using Floats = Mat<Vec3f, 2>;
+using Grey = Mat<unsigned char, 2>;
+using Bytes = std::vector<unsigned char>;
 
-    /// What the node writes to its port "output".
-    std::shared_ptr<Variant> output(Values const &inputs) { return one.run(inputs).at("out.output"); }
-    void setOption(std::string const &name, Variant &value) { one.node->setOption(name, value); }
+inline constexpr int smallest = std::numeric_limits<int>::min(), largest = std::numeric_limits<int>::max();
+inline constexpr float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
 
-    OneNode one;
+/// The value of an option, of the type that it is written in.
+struct Option : OptionNode {
+    Option(bool value) : OptionNode(ofBool(value)) {}
+    Option(int value) : OptionNode(ofInt(value)) {}
+    Option(double value) : OptionNode(ofFloat(value)) {}
+    Option(std::string const &value) : OptionNode(ofString(value)) {}
+    Option(char const *value) : OptionNode(ofString(value)) {}
+    Option(Vec2i value) : OptionNode(ofVector({ofInt(value[0]), ofInt(value[1])})) {}
 };
 
-/// Builds a node of a type with the inputs given.
-inline std::unique_ptr<PipelineNode> build(std::string const &type, NodeConfig const &config) {
+struct Options : std::map<std::string, OptionNode> {
+    Options() = default;
+    Options(std::initializer_list<std::pair<char const *, Option>> options) { insert(options.begin(), options.end()); }
+};
+
+/// A node whose ports are all connected, as OneNode does it.
+inline OneNode nodeOf(std::string const &type, Options const &options = {}) {
     loadLibrary(ZUN_IMGPROC);
-    return std::unique_ptr<PipelineNode>(NodeRegistry::find(type)->factory({nullptr, 0}, config));
+    return OneNode(type, options);
+}
+
+using Ports = std::set<std::string>;
+
+/// A node of which only the ports given are connected, each to the stream of its name.
+inline OneNode nodeOf(std::string const &type, Options const &options, Ports const &inputs, Ports const &outputs) {
+    loadLibrary(ZUN_IMGPROC);
+    std::map<std::string, std::string> from, to;
+    for (std::string const &port : inputs) from[port] = port;
+    for (std::string const &port : outputs) to[port] = port;
+    return OneNode(NodeConfig(type, options, from, to));
+}
+
+/// What a node writes to its port "output", or another.
+template <class T>
+T run(std::string const &type, Options const &options, Values const &inputs, std::string const &port = "output") {
+    return held<T>(nodeOf(type, options).run(inputs).at("out." + port));
+}
+
+/// For a node that turns a frame at its port "input" into one of the same kind.
+template <class T>
+Mat<T, 2> filtered(std::string const &type, Options const &options, Mat<T, 2> const &frame) {
+    return run<Mat<T, 2>>(type, options, {{"input", valueOf(frame)}});
+}
+
+/// A frame of the cells given, row by row.
+template <class T>
+Mat<T, 2> frameOf(Shape<2> const &shape, std::vector<T> const &cells) {
+    Mat<T, 2> const frame(shape);
+    std::copy(cells.begin(), cells.end(), frame.first());
+    return frame;
+}
+
+/// A colour frame whose three channels are equal.
+inline Frame grey(Shape<2> const &shape, Bytes const &cells) {
+    std::vector<Vec3b> pixels;
+    for (unsigned char const cell : cells) pixels.push_back({cell, cell, cell});
+    return frameOf(shape, pixels);
+}
+
+/// The message of the failure that lists give for an impossible length; empty if there is none.
+template <class Action>
+std::string lengthErrorOf(Action const &action) {
+    try {
+        action();
+    } catch (std::length_error const &failure) {
+        return failure.what();
+    }
+    return "";
 }
 
 } // namespace zun::test

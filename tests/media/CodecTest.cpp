@@ -1,14 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <random>
 #include <set>
 
-#include "containers/Exception.h"
 #include "engine/ValueTypes.h"
 #include "media/Codec.h"
+#include "support/Failures.h"
+#include "support/Mutations.h"
+#include "support/OneNode.h"
+#include "support/Text.h"
 
 namespace zun::media {
 namespace {
@@ -18,15 +20,11 @@ std::string recoded(std::string const &json, std::string const &type) {
 }
 
 TEST(Records, OfEveryTypeComeBackAsTheyWere) {
-    struct Case {
-        char const *type, *json;
-    };
-    Case const cases[] = {
+    std::pair<char const *, char const *> const cases[] = {
         {"int", "-2147483648"},
         {"float", "0.5"},
         {"bool", "true"},
         {"std::string", R"("a \"b\"\n\\ ü 漢")"},
-        {"std::string", R"("")"},
         {"zun::Vec2i", "[3,-4]"},
         {"zun::Box", "[1.5,-2.25,100.0,0.0]"},
         {"zun::Mat<unsigned char, 2>", "[[0,255],[1,2],[3,4]]"},
@@ -39,7 +37,6 @@ TEST(Records, OfEveryTypeComeBackAsTheyWere) {
         {"zun::Mat<zun::Vec<int, 4>, 1>", "[[0,1,2,3],[-4,5,6,7]]"},
         {"zun::Mat<zun::Vec<int, 4>, 1>", "[]"},
         {"zun::List<int>", "[1,2,3]"},
-        {"zun::List<int>", "[]"},
         {"zun::List<std::string>", R"(["one","two"])"},
         {"zun::List<zun::Vec2f>", "[[1.0,2.0],[3.5,4.25]]"},
         {"zun::List<zun::Rectf>", "[[1.0,2.0,3.0,4.0]]"},
@@ -49,38 +46,33 @@ TEST(Records, OfEveryTypeComeBackAsTheyWere) {
         {"zun::List<zun::List<zun::Vec<int, 2>>>", "[[[1,2],[3,4]],[]]"},
     };
     std::set<std::string> covered;
-    for (Case const &c : cases) {
-        EXPECT_EQ(recoded(c.json, c.type), c.json) << c.type;
-        covered.insert(engine::canonicalType(c.type));
+    for (auto const &[type, json] : cases) {
+        EXPECT_EQ(recoded(json, type), json) << type;
+        covered.insert(engine::canonicalType(type));
     }
     for (engine::ValueType const &type : engine::valueTypes())
         EXPECT_TRUE(covered.contains(type.expression)) << type.expression << " has no case";
 }
 
-TEST(Records, KeepEveryBitOfAFloat) {
+TEST(Records, KeepEveryBitOfAFloatInItsShortestForm) {
     using Limits = std::numeric_limits<float>;
     std::vector<float> values{0.1f, -0.0f, 16777217.0f, Limits::max(), Limits::min(), Limits::denorm_min(), 1e-40f};
     std::mt19937 random(3);
-    for (int i = 0; i < 20000; i++) {
-        auto const bits = static_cast<std::uint32_t>(random());
-        float value = 0;
-        std::memcpy(&value, &bits, sizeof value);
-        if (std::isfinite(value)) values.push_back(value);
-    }
-    for (float value : values) {
+    while (values.size() < 20000)
+        if (auto const value = std::bit_cast<float>(static_cast<std::uint32_t>(random())); std::isfinite(value))
+            values.push_back(value);
+    for (float const value : values) {
         std::string const json = encodeValue(VariantType<float>(value));
-        auto const back = decodeValue(parseJson(json), "float");
-        float const read = dynamic_cast<VariantType<float> &>(*back).value;
-        ASSERT_EQ(std::memcmp(&read, &value, sizeof value), 0) << json;
-        ASSERT_LE(json.size(), 16u) << "not the shortest";
+        float const read = test::held<float>(decodeValue(parseJson(json), "float"));
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(read), std::bit_cast<std::uint32_t>(value)) << json;
+        ASSERT_LE(json.size(), 16u);
     }
 }
 
 TEST(Records, ThatDontFitTellWhereAndWhy) {
-    struct Case {
+    struct {
         char const *type, *json, *message;
-    };
-    Case const cases[] = {
+    } const cases[] = {
         {"zun::List<zun::Vec2f>", R"([[1,2],[3,"abc"]])", R"([1][1]: expected a number, found "abc")"},
         {"zun::List<zun::Vec2f>", "[[1,2],[3]]", "[1]: expected a list of 2 numbers, found a list of 1"},
         {"int", "1.5", "expected a whole number from -2147483648 to 2147483647, found 1.5"},
@@ -107,15 +99,10 @@ TEST(Records, ThatDontFitTellWhereAndWhy) {
         {"float", "[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]", "nested deeper"},
         {"zun::Lost<int>", "1", "is no type of values"},
     };
-    for (Case const &c : cases) {
-        std::string message;
-        try {
-            recoded(c.json, c.type);
-        } catch (Exception const &error) {
-            message = error.what();
-        }
-        EXPECT_NE(message.find(c.message), std::string::npos) << c.json << ": " << message;
-    }
+    for (auto const &[type, json, message] : cases)
+        test::expectParts(test::messageOf([&, json = json, type = type] { recoded(json, type); }), {message});
+    EXPECT_THROW(parseJson(std::string_view("1\0002", 3)), Exception) << "text goes on behind a null character";
+    EXPECT_THROW(encodeValue(VariantType<std::string>("\xff\xfe")), Exception) << "no UTF-8";
 }
 
 TEST(Records, OfAFloatTakeWholeNumbersOfAnySize) {
@@ -123,35 +110,18 @@ TEST(Records, OfAFloatTakeWholeNumbersOfAnySize) {
     EXPECT_EQ(recoded("-7", "float"), "-7.0");
 }
 
-TEST(Records, DontEndAtANullCharacter) {
-    EXPECT_THROW(parseJson(std::string_view("1\0002", 3)), Exception);
-    EXPECT_THROW(parseJson(std::string_view("1\0", 2)), Exception);
-}
-
-TEST(Records, RefuseATextThatIsNoUtf8) { EXPECT_THROW(encodeValue(VariantType<std::string>("\xff\xfe")), Exception); }
-
 TEST(Records, OfAnyTextGiveAValueOrAnError) {
-    std::string const seeds[] = {"[[1,2],[3,4.5e1]]", R"(["a\u00fc",true,null])", "[[[0,0,1,1],[[1]]]]", "-1e999",
+    std::string const sound[] = {"[[1,2],[3,4.5e1]]", R"(["a\u00fc",true,null])", "[[[0,0,1,1],[[1]]]]", "-1e999",
                                  "{}"};
-    std::string const alphabet = "[]{},:\"\\0123456789.eE+-tfnu \x80\xff";
+    std::vector<std::string> const signs{"[", "]", ",", ":", "\"", "\\", "0", "-", ".", "e", "null", " ", "\x80"};
     std::mt19937 random(11);
     int values = 0, errors = 0;
     for (int round = 0; round < 20000; round++) {
-        std::string text = seeds[random() % std::size(seeds)];
-        for (unsigned edits = random() % 4; edits > 0; edits--) {
-            std::size_t const at = random() % (text.size() + 1);
-            if (random() % 3 == 0 && at < text.size())
-                text.erase(at, 1 + random() % 3);
-            else
-                text.insert(at, 1, alphabet[random() % alphabet.size()]);
-        }
         auto const &types = engine::valueTypes();
-        try {
-            encodeValue(*decodeValue(parseJson(text), types[random() % types.size()].expression));
-            values++;
-        } catch (Exception const &) {
-            errors++;
-        }
+        std::string const text = test::mutated(sound[random() % std::size(sound)], signs, random);
+        bool const fits =
+            test::messageOf([&] { recoded(text, types[random() % types.size()].expression); }) == "no failure";
+        (fits ? values : errors)++;
     }
     EXPECT_GT(values, 100);
     EXPECT_GT(errors, 1000);

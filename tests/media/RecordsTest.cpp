@@ -5,122 +5,88 @@
 
 #include "containers/Mat.h"
 #include "media/Media.h"
+#include "support/Failures.h"
 #include "support/OneNode.h"
 #include "support/TemporaryFolder.h"
+#include "support/Text.h"
 
 namespace zun::test {
 namespace {
 
-OptionNode text(std::string const &value) { return OptionNode::ofString(value); }
+using Options = std::map<std::string, OptionNode>;
 
 struct RecordFiles : testing::Test {
     RecordFiles() { media::registerNodes(); }
 
-    TemporaryFolder folder;
-
-    static std::string errorOf(auto action) {
-        try {
-            action();
-        } catch (std::exception const &error) {
-            return error.what();
-        }
-        return "";
+    Options reading(std::string const &name, std::string const &type = "int") const {
+        return {{"path", OptionNode::ofString(folder / name)}, {"type", OptionNode::ofString(type)}};
     }
+    Options writing(std::string const &name) const { return {{"path", OptionNode::ofString(folder / name)}}; }
+
+    TemporaryFolder const folder;
 };
 
-TEST_F(RecordFiles, AreReadByTick) {
-    writeBytes(folder / "in.jsonl", "1\n22\n333");
-    OneNode node("ReadRecords", {{"path", text(folder / "in.jsonl")}, {"type", text("int")}});
-    EXPECT_EQ(node.node->getRunUntil(endless), 3u);
+TEST_F(RecordFiles, HaveATickForEachLine) {
+    for (auto const &[content, lines] : {std::pair{"", 0u}, {"\n", 1u}, {"1\n\n2\n", 3u}, {"1\n22\n333", 3u}}) {
+        folder.write("in.jsonl", content);
+        EXPECT_EQ(OneNode("ReadRecords", reading("in.jsonl")).node->getRunUntil(endless), lines) << content;
+    }
+    OneNode node("ReadRecords", reading("in.jsonl"));
     for (auto const &[tick, value] : {std::pair{2u, 333}, {0u, 1}, {1u, 22}})
         EXPECT_EQ(held<int>(node.run({}, tick).at("out.value")), value);
 }
 
-TEST_F(RecordFiles, HaveAsManyTicksAsLines) {
-    for (auto const &[content, lines] : {std::pair{"", 0u}, {"\n", 1u}, {"1", 1u}, {"1\n", 1u}, {"1\n\n2\n", 3u}}) {
-        writeBytes(folder / "in.jsonl", content);
-        OneNode node("ReadRecords", {{"path", text(folder / "in.jsonl")}, {"type", text("int")}});
-        EXPECT_EQ(node.node->getRunUntil(endless), lines) << content;
-    }
-}
-
 TEST_F(RecordFiles, NameFileAndLineOfWhatIsWrong) {
-    writeBytes(folder / "in.jsonl", "[1, 2]\n[1, \"x\"]\n\n");
-    OneNode node("ReadRecords", {{"path", text(folder / "in.jsonl")}, {"type", text("zun::Vec2i")}});
-    EXPECT_EQ(errorOf([&] { node.run({}, 0); }), "");
-    std::string const wrong = errorOf([&] { node.run({}, 1); }), empty = errorOf([&] { node.run({}, 2); });
-    EXPECT_NE(wrong.find("in.jsonl', line 2: [1]: expected a whole number"), std::string::npos) << wrong;
-    EXPECT_NE(empty.find("in.jsonl', line 3: there is no value"), std::string::npos) << empty;
-    std::string const missing = errorOf([&] {
-        OneNode("ReadRecords", {{"path", text(folder / "no.jsonl")}, {"type", text("int")}});
-    });
-    EXPECT_NE(missing.find("no.jsonl' can't be opened: No such file"), std::string::npos) << missing;
+    folder.write("in.jsonl", "[1, 2]\n[1, \"x\"]\n\n");
+    OneNode node("ReadRecords", reading("in.jsonl", "zun::Vec2i"));
+    auto const errorAt = [&](Tick tick) { return messageOf([&] { node.run({}, tick); }); };
+    EXPECT_EQ(errorAt(0), "no failure");
+    expectParts(errorAt(1), {"in.jsonl', line 2: [1]: expected a whole number"});
+    expectParts(errorAt(2), {"in.jsonl', line 3: there is no value"});
 }
 
-TEST_F(RecordFiles, AreReadFromRegularFilesAlone) {
+TEST_F(RecordFiles, AreRegularFilesInFoldersThatAreThere) {
     ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-    for (auto const &[path, why] :
-         {std::pair{folder / "pipe", "is no regular file"}, {folder.path.string(), "is a folder"}}) {
-        std::map<std::string, OptionNode> const options{{"path", text(path)}, {"type", text("int")}};
-        std::string const error = errorOf([&] { OneNode("ReadRecords", options); });
-        EXPECT_NE(error.find(why), std::string::npos) << error;
+    for (auto const &[name, why] : {std::pair{"pipe", "is no regular file"},
+                                    {"", "is a folder"},
+                                    {"no.jsonl", "no.jsonl' can't be opened: No such file"}}) {
+        Options const options = reading(name);
+        std::string const error = messageOf([&] { OneNode("ReadRecords", options); });
+        expectParts(error, {why});
         auto const forecast = media::facts().at("ReadRecords").forecast(NodeConfig("ReadRecords", options));
         EXPECT_EQ(forecast.errors, std::vector<std::string>{error});
     }
-}
-
-TEST_F(RecordFiles, AreUnderTheFinalNameOnlyWhenTheyAreFinished) {
-    OneNode writer("WriteRecords", {{"path", text(folder / "out.jsonl")}});
-    EXPECT_TRUE(folder.files().empty());
-    writer.run({{"value", valueOf(std::vector<int>{1, 2})}}, 0);
-    writer.run({{"value", valueOf(std::vector<int>{})}}, 1);
-    EXPECT_EQ(folder.files(), std::vector<std::string>{".out.jsonl.part"});
-    writer.node->flush(2);
-    EXPECT_EQ(folder.files(), std::vector<std::string>{"out.jsonl"});
-    EXPECT_EQ(readBytes(folder / "out.jsonl"), "[1,2]\n[]\n");
+    expectParts(messageOf([&] { OneNode("WriteRecords", writing("no/out.jsonl")); }), {"no' for", "is not there"});
 }
 
 TEST_F(RecordFiles, KeepWholeLinesOnAFullDisk) {
-    TemporaryFolder small;
-    if (::mount("zun-test", small.path.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "can't mount a tmpfs";
+    if (::mount("zun-test", folder.path.c_str(), "tmpfs", 0, "size=64k") != 0) GTEST_SKIP() << "can't mount a tmpfs";
+    std::string const line(10'000, 'x');
+    Tick written = 0;
     {
-        OneNode writer("WriteRecords", {{"path", text(small / "out.jsonl")}});
-        std::string const line(10'000, 'x');
-        Tick written = 0;
-        std::string error;
-        while (error.empty() && written < 20) {
-            error = errorOf([&] { writer.run({{"value", valueOf(line)}}, written); });
-            written += error.empty() ? 1 : 0;
-        }
-        EXPECT_NE(error.find("out.jsonl' can't be written: No space left on device"), std::string::npos) << error;
+        OneNode writer("WriteRecords", writing("out.jsonl"));
+        auto const runAll = [&] {
+            for (; written < 20; written++) writer.run({{"value", valueOf(line)}}, written);
+        };
+        expectParts(messageOf(runAll), {"out.jsonl' can't be written: No space left on device"});
         writer.node->flush(written);
-        EXPECT_GT(written, 2u);
-        EXPECT_EQ(readBytes(small / "out.jsonl").size(), written * (line.size() + 3));
     }
-    ::umount(small.path.c_str());
-}
-
-TEST_F(RecordFiles, CantBeWrittenWhereThereIsNoFolder) {
-    std::string const error = errorOf([&] { OneNode("WriteRecords", {{"path", text(folder / "no/out.jsonl")}}); });
-    EXPECT_NE(error.find("no' for"), std::string::npos) << error;
-    EXPECT_NE(error.find("is not there"), std::string::npos) << error;
+    EXPECT_GT(written, 2u);
+    EXPECT_EQ(folder.read("out.jsonl").size(), written * (line.size() + 3));
+    ::umount(folder.path.c_str());
 }
 
 TEST_F(RecordFiles, OfAConstantHaveStorageOfTheirOwn) {
-    OptionNode const pixel = OptionNode::ofInt(7);
-    OneNode node("Constant", {{"type", text("zun::Mat<unsigned char, 2>")},
-                              {"value", OptionNode::ofVector({OptionNode::ofVector({pixel, pixel})})}});
-    using Grey = Mat<unsigned char, 2>;
-    Grey const first = held<Grey>(node.run({}, 0).at("out.value"));
-    first.first()[0] = 99;
-    Grey const second = held<Grey>(node.run({}, 1).at("out.value"));
-    EXPECT_EQ(second.first()[0], 7);
-    auto const forecast =
-        media::facts()
-            .at("Constant")
-            .forecast(NodeConfig("Constant", {{"type", text("zun::Box")}, {"value", OptionNode::ofVector({pixel})}}));
-    ASSERT_EQ(forecast.errors.size(), 1u);
-    EXPECT_NE(forecast.errors[0].find("a list of 4 numbers"), std::string::npos);
+    OptionNode const row = OptionNode::ofVector({OptionNode::ofInt(7)});
+    auto const constant = [&](char const *type) {
+        return NodeConfig("Constant", {{"type", OptionNode::ofString(type)}, {"value", OptionNode::ofVector({row})}},
+                          {}, {{"value", "out"}});
+    };
+    OneNode node(constant("zun::Mat<unsigned char, 2>"));
+    auto const frame = [&](Tick tick) { return held<Mat<unsigned char, 2>>(node.run({}, tick).at("out")); };
+    frame(0).first()[0] = 99;
+    EXPECT_EQ(frame(1).first()[0], 7);
+    expectParts(media::facts().at("Constant").forecast(constant("zun::Box")).errors.at(0), {"a list of 4 numbers"});
 }
 
 } // namespace

@@ -11,37 +11,24 @@ namespace zun {
 namespace {
 
 constexpr int smallest = std::numeric_limits<int>::min();
-std::string const path = "pipeline/config/OptionNode:";
-
-OptionNode ofKind(int kind, std::string text = "") {
-    OptionNode node;
-    node.type = static_cast<OptionNode::Type>(kind);
-    node.text = std::move(text);
-    return node;
-}
+constexpr std::int64_t twoToThe32 = std::int64_t(1) << 32;
 
 TEST(ConvertOption, ToStringKeepsTheTextOrFormatsTheValue) {
-    struct {
-        OptionNode node;
-        char const *result;
-    } const cases[] = {
-        {OptionNode::ofBool(true), "1"},
-        {OptionNode::ofBool(false), "0"},
-        {OptionNode::ofBool(true, "true"), "true"},
-        {OptionNode::ofInt(-42), "-42"},
-        {OptionNode::ofInt(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
-        {OptionNode::ofInt(0xFF00FF, "0xFF00FF"), "0xFF00FF"},
-        {OptionNode::ofFloat(0.5), "0.500000"},
-        {OptionNode::ofFloat(-1e20), "-100000000000000000000.000000"},
-        {OptionNode::ofFloat(0.5, "0.50"), "0.50"},
-        {OptionNode::ofString("10"), "10"},
-        {OptionNode::ofString(""), ""},
-    };
-    for (auto const &[node, result] : cases) EXPECT_EQ(convertOption<std::string>(node), result);
     OptionNode escaped = OptionNode::ofString("a\nb");
-    escaped.text = "\"a\\nb\"";
-    EXPECT_EQ(convertOption<std::string>(escaped), "a\nb") << "a string's text is not its value";
+    escaped.text = "\"a\\nb\""; // a string's text is not its value
+    for (auto const &[node, result] :
+         {std::pair(OptionNode::ofBool(true), "1"),
+          {OptionNode::ofBool(false), "0"},
+          {OptionNode::ofBool(true, "true"), "true"},
+          {OptionNode::ofInt(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
+          {OptionNode::ofInt(0xFF00FF, "0xFF00FF"), "0xFF00FF"},
+          {OptionNode::ofFloat(-1e20), "-100000000000000000000.000000"},
+          {OptionNode::ofFloat(0.5, "0.50"), "0.50"},
+          {OptionNode::ofString(""), ""},
+          {escaped, "a\nb"}})
+        EXPECT_EQ(convertOption<std::string>(node), result);
     EXPECT_EQ(convertOption<std::string>(OptionNode::ofFloat(-1.7976931348623157e308)).size(), 317u);
+    EXPECT_EQ(convertOption<OptionNode>(escaped).text, escaped.text);
 }
 
 TEST(ConvertOption, BetweenNumbersAndBools) {
@@ -50,75 +37,77 @@ TEST(ConvertOption, BetweenNumbersAndBools) {
         OptionNode node;
         int asInt;
         bool asBool;
-        float asFloat;
+        double asFloat;
     } const cases[] = {
-        {OptionNode::ofBool(true), 1, true, 1.0f},
-        {OptionNode::ofBool(false), 0, false, 0.0f},
-        {OptionNode::ofInt(3), 3, true, 3.0f},
-        {OptionNode::ofInt(-1), -1, true, -1.0f},
-        {OptionNode::ofInt(0, "1"), 0, false, 0.0f},
-        {OptionNode::ofInt((std::int64_t(1) << 32) + 5), 5, true, 4294967301.0f},
-        {OptionNode::ofInt(std::int64_t(1) << 32), 0, true, 4294967296.0f},
-        {OptionNode::ofInt(std::int64_t(1) << 31), smallest, true, 2147483648.0f},
-        {OptionNode::ofInt(16777217), 16777217, true, 16777216.0f},
+        {OptionNode::ofBool(true), 1, true, 1},
+        {OptionNode::ofBool(false), 0, false, 0},
+        {OptionNode::ofInt(-1), -1, true, -1},
+        {OptionNode::ofInt(0, "1"), 0, false, 0},
+        {OptionNode::ofInt(twoToThe32 + 5), 5, true, 4294967296.0},
+        {OptionNode::ofInt(twoToThe32), 0, true, 4294967296.0},
+        {OptionNode::ofInt(twoToThe32 / 2), smallest, true, 2147483648.0},
+        {OptionNode::ofInt(16777217), 16777217, true, 16777216},
         {OptionNode::ofFloat(-1.9), -1, true, -1.9f},
-        {OptionNode::ofFloat(0.0), 0, false, 0.0f},
-        {OptionNode::ofFloat(0.25), 0, true, 0.25f},
-        {OptionNode::ofFloat(2147483647.5), 2147483647, true, 2147483648.0f},
-        {OptionNode::ofFloat(2147483648.0), smallest, true, 2147483648.0f},
-        {OptionNode::ofFloat(-3e9), smallest, true, -3e9f},
-        {OptionNode::ofFloat(infinity), smallest, true, std::numeric_limits<float>::infinity()},
+        {OptionNode::ofFloat(0.0), 0, false, 0},
+        {OptionNode::ofFloat(0.25), 0, true, 0.25},
+        {OptionNode::ofFloat(2147483647.5), 2147483647, true, 2147483648.0},
+        {OptionNode::ofFloat(2147483648.0), smallest, true, 2147483648.0},
+        {OptionNode::ofFloat(-3e9), smallest, true, -3e9},
+        {OptionNode::ofFloat(infinity), smallest, true, infinity},
+        {OptionNode::ofFloat(nan), smallest, true, nan},
     };
     for (auto const &[node, asInt, asBool, asFloat] : cases) {
-        EXPECT_EQ(convertOption<int>(node), asInt) << node.intValue << " " << node.floatValue;
-        EXPECT_EQ(convertOption<bool>(node), asBool) << node.intValue << " " << node.floatValue;
-        EXPECT_EQ(convertOption<float>(node), asFloat) << node.intValue << " " << node.floatValue;
+        SCOPED_TRACE(std::to_string(node.intValue) + " " + std::to_string(node.floatValue));
+        EXPECT_EQ(convertOption<int>(node), asInt);
+        EXPECT_EQ(convertOption<bool>(node), asBool);
+        float const converted = convertOption<float>(node);
+        EXPECT_TRUE(converted == asFloat || (std::isnan(converted) && std::isnan(asFloat))) << converted;
     }
-    EXPECT_EQ(convertOption<int>(OptionNode::ofFloat(nan)), smallest);
-    EXPECT_TRUE(convertOption<bool>(OptionNode::ofFloat(nan)));
-    EXPECT_TRUE(std::isnan(convertOption<float>(OptionNode::ofFloat(nan))));
 }
 
-TEST(ConvertOption, ToAVecTakesExactlyTwoElementsInOrder) {
-    auto const vector = [](auto... elements) { return OptionNode::ofVector({elements...}); };
-    EXPECT_EQ(convertOption<Vec2i>(vector(OptionNode::ofInt(3), OptionNode::ofFloat(-4.7))), (Vec2i{3, -4}));
-    std::string const wrongSize = "OptionNode has the wrong number of elements for given zun::Vec";
-    OptionNode const one = OptionNode::ofInt(1);
-    for (OptionNode const &node : {vector(), vector(one), vector(one, one, one)})
-        test::expectFailureAt([&] { convertOption<Vec2i>(node); }, wrongSize, path + "244",
-                              "node.vectorValue.size() == N");
-    test::expectFailureAt([&] { convertOption<Vec2i>(vector(OptionNode::ofString("a"), OptionNode::ofString("b"))); },
-                          "Attempt to convert OptionNode 'a' of type std::string to int32_t", path + "177");
+void expectFailure(auto const &action, std::string const &message, int line, std::string const &condition = "false") {
+    test::expectFailureAt(action, message, "pipeline/config/OptionNode:" + std::to_string(line), condition);
 }
 
 template <class T>
-void expectRefused(OptionNode const &node, std::string const &ending, std::string const &line,
-                   std::string const &condition = "false") {
-    test::expectFailureAt([&] { convertOption<T>(node); },
-                          "Attempt to convert OptionNode '" + node.text + "' of type " + node.getTypeExpression() +
-                              ending,
-                          path + line, condition);
+void expectRefused(OptionNode const &node, char const *ending, int line, char const *condition = "false") {
+    expectFailure([&] { convertOption<T>(node); },
+                  "Attempt to convert OptionNode '" + node.text + "' of type " + node.getTypeExpression() + ending,
+                  line, condition);
 }
 
 TEST(ConvertOption, FailsWithTheValueTheTypeAndAFixedLine) {
     OptionNode const text = OptionNode::ofString("10"), vector = OptionNode::ofVector({}, "[]");
-    for (OptionNode const &node : {vector, ofKind(0), ofKind(6, "odd"), ofKind(-1)}) {
-        expectRefused<std::string>(node, " to string", "206");
-        expectRefused<int>(node, " to int32_t", "177");
-        expectRefused<bool>(node, " to bool", "174");
-        expectRefused<float>(node, " to float", "183");
+    OptionNode odd, none;
+    odd.type = static_cast<OptionNode::Type>(6);
+    odd.text = "odd";
+    for (OptionNode const &node : {vector, none, odd}) expectRefused<std::string>(node, " to string", 206);
+    for (OptionNode const &node : {vector, none, odd, text}) {
+        expectRefused<int>(node, " to int32_t", 177);
+        expectRefused<bool>(node, " to bool", 174);
+        expectRefused<float>(node, " to float", 183);
     }
-    expectRefused<int>(text, " to int32_t", "177");
-    expectRefused<bool>(text, " to bool", "174");
-    expectRefused<float>(text, " to float", "183");
-    for (OptionNode const &node : {text, OptionNode::ofInt(1, "1"), OptionNode::ofBool(true), ofKind(6)})
-        expectRefused<Vec2i>(node, " to zun::Vec!", "243", "node.type == OptionNode::Type::VECTOR");
+    for (OptionNode const &node : {text, OptionNode::ofInt(1, "1"), OptionNode::ofBool(true), odd})
+        expectRefused<Vec2i>(node, " to zun::Vec!", 243, "node.type == OptionNode::Type::VECTOR");
     EXPECT_EQ(text.getTypeExpression(), "std::string");
     EXPECT_EQ(vector.getTypeExpression(), "vector");
 }
 
-TEST(ConvertOption, ToAnOptionNodeTakesAnythingAsItIs) {
-    EXPECT_EQ(convertOption<OptionNode>(OptionNode::ofString("x")).stringValue, "x");
+TEST(ConvertOption, ToAVecTakesExactlyTwoElementsInOrder) {
+    auto const toVec = [](std::vector<OptionNode> const &elements) {
+        return convertOption<Vec2i>(OptionNode::ofVector(elements));
+    };
+    OptionNode const one = OptionNode::ofInt(1);
+    EXPECT_EQ(toVec({OptionNode::ofInt(3), OptionNode::ofFloat(-4.7)}), (Vec2i{3, -4}));
+    for (std::size_t const count : {0, 1, 3})
+        expectFailure([&] { toVec(std::vector(count, one)); },
+                      "OptionNode has the wrong number of elements for given zun::Vec", 244,
+                      "node.vectorValue.size() == N");
+    expectFailure(
+        [&] {
+            toVec({OptionNode::ofString("a"), OptionNode::ofString("b")});
+        },
+        "Attempt to convert OptionNode 'a' of type std::string to int32_t", 177);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <cstddef>
 #include <cstring>
+#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -18,32 +19,43 @@ std::ptrdiff_t slotOf(Operation operation) {
     return (encoded - 1) / static_cast<std::ptrdiff_t>(sizeof(void *));
 }
 
+std::vector<std::ptrdiff_t> slotsOf(auto... operations) { return {slotOf(operations)...}; }
+
 TEST(PipelineNode, OperationsKeepTheirSlots) {
     using Node = PipelineNode;
-    std::ptrdiff_t const slots[] = {slotOf(&Node::getCircularInputs),
-                                    slotOf(&Node::getSingleTickInputs),
-                                    2,
-                                    3, // the destructor has two
-                                    slotOf(&Node::getType),
-                                    slotOf(&Node::process),
-                                    slotOf(&Node::flush),
-                                    slotOf(&Node::initialize),
-                                    slotOf(&Node::canSelfParallelise),
-                                    slotOf(&Node::hasSideEffects),
-                                    slotOf(&Node::readyForProcessingInputs),
-                                    slotOf(&Node::createInstance),
-                                    slotOf(&Node::isGenerator),
-                                    slotOf(&Node::getRunUntil),
-                                    slotOf(&Node::processProgressNeverPossible),
-                                    slotOf(&Node::getInputStreams),
-                                    slotOf(&Node::getOutputStreams),
-                                    slotOf(&Node::getOutputLimits),
-                                    slotOf(&Node::getOutputBufferSpace),
-                                    slotOf(&Node::minTicksOnStreamForProgress),
-                                    slotOf(&Node::setOption)};
-    for (std::size_t i = 0; i < std::size(slots); i++) EXPECT_EQ(slots[i], static_cast<std::ptrdiff_t>(i));
+    std::vector<std::ptrdiff_t> slots =
+        slotsOf(&Node::getCircularInputs, &Node::getSingleTickInputs, &Node::getType, &Node::process, &Node::flush,
+                &Node::initialize, &Node::canSelfParallelise, &Node::hasSideEffects, &Node::readyForProcessingInputs,
+                &Node::createInstance, &Node::isGenerator, &Node::getRunUntil, &Node::processProgressNeverPossible,
+                &Node::getInputStreams, &Node::getOutputStreams, &Node::getOutputLimits, &Node::getOutputBufferSpace,
+                &Node::minTicksOnStreamForProgress, &Node::setOption);
+    slots.insert(slots.begin() + 2, {2, 3}); // the destructor has two
+    for (std::size_t i = 0; i < slots.size(); i++) EXPECT_EQ(slots[i], static_cast<std::ptrdiff_t>(i));
 }
 #endif
+
+TEST(OutputSpace, IsCountedPerThreadOrAbsolutelyIn32Bits) {
+    constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max(), smallest = -largest - 1;
+    struct {
+        std::int32_t limit;
+        std::uint32_t threads;
+        std::uint64_t buffered;
+        std::int32_t space;
+    } const cases[] = {{0, 8, 1000, largest},
+                       {3, 8, 1, 23},
+                       {2, 0, 0, 0},
+                       {-3, 8, 1, 2},
+                       {-3, 8, 5, -2},
+                       {2, 2, 9, -5},
+                       {1, 4, (std::uint64_t(1) << 32) + 3, 1},
+                       {largest, 2, 0, -2},
+                       {1 << 30, 4, 7, -7},
+                       {smallest, 8, 0, smallest},
+                       {smallest, 8, 1, largest},
+                       {-1, 8, 0xFFFFFFFF, 2}};
+    for (auto const &[limit, threads, buffered, space] : cases)
+        EXPECT_EQ(outputSpace(limit, threads, buffered), space) << limit << " x " << threads << " - " << buffered;
+}
 
 } // namespace
 } // namespace zun

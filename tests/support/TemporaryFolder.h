@@ -12,6 +12,15 @@
 
 namespace zun::test {
 
+inline std::string readBytes(std::string const &file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void writeBytes(std::string const &file, std::string const &bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
 class TemporaryFolder {
 public:
     TemporaryFolder() {
@@ -27,6 +36,8 @@ public:
     }
 
     std::string operator/(std::string const &name) const { return (path / name).string(); }
+    void write(std::string const &name, std::string const &bytes) const { writeBytes(*this / name, bytes); }
+    std::string read(std::string const &name) const { return readBytes(*this / name); }
 
     /// The names of all files in it, in order; hidden ones too.
     std::vector<std::string> files() const {
@@ -39,14 +50,5 @@ public:
 
     std::filesystem::path path;
 };
-
-inline std::string readBytes(std::string const &file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-inline void writeBytes(std::string const &file, std::string const &bytes) {
-    std::ofstream(file, std::ios::binary) << bytes;
-}
 
 } // namespace zun::test

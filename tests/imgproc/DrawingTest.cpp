@@ -1,0 +1,230 @@
+#include <algorithm>
+
+#include "ImgprocNode.h"
+#include "support/TemporaryFolder.h"
+
+namespace zun::test {
+namespace {
+
+using Points = std::vector<Vec2f>;
+
+Frame drawn(Options const &options, Frame const &frame, Points const &points) {
+    return run<Frame>("DrawPoints", options, {{"image", valueOf(frame)}, {"points", valueOf(points)}});
+}
+
+TEST(DrawPoints, ReadsColourStrings) {
+    struct {
+        char const *text;
+        Vec3b colour;
+    } const cases[] = {
+        {"#ff00ff", {255, 0, 255}},     {"0xff00FF", {255, 0, 255}},   {"FF00FF", {255, 0, 255}},
+        {"123456", {0x12, 0x34, 0x56}}, {"12G456", {0, 0, 0x12}}, // read up to the first character that is no digit
+        {"00x123", {0, 0, 0}},          {"0x0x1234", {0, 0x12, 0x34}}, // one prefix is taken off, the other read over
+        {"#0xFF00", {0, 0xFF, 0}},      {"      ", {0, 0, 0}},
+    };
+    for (auto const &[text, colour] : cases)
+        EXPECT_EQ(drawn({{"colour", text}}, Frame({1, 1}), {{0, 0}}).first()[0], colour) << text;
+    EXPECT_EQ(drawn({}, Frame({1, 1}), {{0, 0}}).first()[0], (Vec3b{255, 0, 255})) << "the default";
+}
+
+TEST(DrawPoints, RefusesColourStringsOfAnotherLengthAtTheTick) {
+    std::map<std::string, std::string> const withoutPrefix{
+        {"0XFF00FF", "0XFF00FF"}, {"#FFF", "FFF"},         {"", ""}, {"#", ""}, {"0x", ""},
+        {"##FF00FF", "#FF00FF"},  {"FF00FF00", "FF00FF00"}};
+    OneNode node = nodeOf("DrawPoints");
+    auto const draw = [&] { node.run({{"image", valueOf(Frame({1, 1}))}, {"points", valueOf(Points())}}); };
+    for (auto const &[text, rest] : withoutPrefix) {
+        VariantType<std::string> colour(text);
+        node.node->setOption("colour", colour);
+        expectFailureWithoutLocation(draw, "Invalid fill colour value: " + rest);
+    }
+}
+
+TEST(DrawPoints, SetsRowFirstPixelsOfACopy) {
+    std::mt19937 random(2);
+    Frame const frame = randomFrame<Vec3b>(4, 5, random), before = frame.clone();
+    struct {
+        Points points;
+        std::vector<std::uint32_t> set; // flat indices
+    } const cases[] = {
+        {{}, {}},
+        {{{2.9f, 3.9f}}, {13}},
+        {{{-0.9f, -0.9f}}, {0}},
+        {{{1, 5}}, {10}},     // past the last column: the next row
+        {{{0, 19.5f}}, {19}}, // and further
+        {{{3, 4}, {0, 0}, {3, 4}}, {19, 0}},
+    };
+    for (auto const &[points, set] : cases) {
+        Frame const result = drawn({}, frame, points), expected = frame.clone();
+        for (std::uint32_t const i : set) expected.first()[i] = {255, 0, 255};
+        EXPECT_EQ(elements(result), elements(expected));
+        EXPECT_EQ(elements(frame), elements(before));
+    }
+}
+
+using Boxes = std::vector<Box>;
+using Pixels = std::vector<Vec3b>;
+using Strings = std::vector<std::string>;
+
+/// Writes a string, or none, into a frame.
+void write(Frame const &frame, Strings const &strings, Vec2f location, Options const &options) {
+    OneNode node = nodeOf("DrawText", options);
+    Values const written = node.run({{"frames", valueOf(frame)},
+                                     {"strings", valueOf(strings)},
+                                     {"locations", valueOf(std::vector<Vec2f>{location})}});
+    EXPECT_EQ(held<Frame>(written.at("out.output")).first(), frame.first()) << "the frame that came in goes on";
+    for (Tick const tick : {1, 1}) node.node->flush(tick);
+}
+
+/// White text on 60 rows and 80 columns of black: the coverage of each pixel.
+Pixels coverage(std::string const &text, Vec2f location, int size = 20) {
+    Frame const frame({60, 80}, {0, 0, 0});
+    write(frame, {text}, location, {{"size", size}, {"colour", "FFFFFF"}});
+    return elements(frame);
+}
+
+TEST(DrawText, StandsOnABaselineBelowThePen) {
+    auto const rowsDownToLastInk = [](Pixels const &pixels) {
+        auto const ink = std::find_if(pixels.rbegin(), pixels.rend(), [](Vec3b const &p) { return p[0] != 0; });
+        return (pixels.rend() - ink + 79) / 80;
+    };
+    // The default font has 2048 units per EM, a bounding box from -555 to 2146 and a descender of -600.
+    EXPECT_EQ(rowsDownToLastInk(coverage("H", {0, 2}, 10)), 13 - 2);
+    EXPECT_EQ(rowsDownToLastInk(coverage("H", {0, 2}, 20)), 26 - 5);
+    EXPECT_EQ(rowsDownToLastInk(coverage("H", {7.9f, 2}, 40)), 7 + 52 - 11);
+}
+
+TEST(DrawText, MovesThePenByGlyphsOnly) {
+    Pixels const plain = coverage("AB", {3, 4}), nothing(60 * 80, Vec3b{});
+    EXPECT_NE(plain, coverage("A B", {3, 4}));
+    EXPECT_EQ(plain, coverage("A\xC3\xA9\xFF\x80\x42", {3.9f, 4.9f})); // 42 is B
+    EXPECT_EQ(nothing, coverage("AB", {60, 0}));
+    EXPECT_EQ(nothing, coverage("AB", {0, nan}));
+
+    Pixels const corner = coverage("AB", {-0.9f, -0.9f}), moved = coverage("AB", {0, -5});
+    for (std::size_t i = 0; i < moved.size(); i++) ASSERT_EQ(moved[i], i % 80 < 75 ? corner[i + 5] : Vec3b{}) << i;
+}
+
+TEST(DrawText, BlendsByCoverageRoundingDown) {
+    std::mt19937 random(1);
+    Pixels const white = coverage("Waj", {-6, -3});
+    EXPECT_GT(std::ranges::count_if(white, [](Vec3b const &pixel) { return pixel[0] % 255 != 0; }), 20);
+    Frame const frame = randomFrame<Vec3b>(60, 80, random);
+    Pixels expected = elements(frame);
+    Vec3b const ink{0x12, 0xC4, 0x01};
+    for (std::size_t i = 0; i < white.size(); i++)
+        for (int k = 0; k < 3; k++)
+            expected[i][k] =
+                static_cast<unsigned char>((white[i][0] * ink[k] + (255 - white[i][0]) * expected[i][k]) / 255);
+    write(frame, {"Waj"}, {-6, -3}, {{"size", 20}, {"colour", "0x12C401"}});
+    EXPECT_EQ(elements(frame), expected);
+}
+
+TEST(DrawText, ReadsTheColourOnlyForAString) {
+    auto const draw = [](Strings const &strings) { write(Frame({4, 4}), strings, {}, {{"colour", "#123"}}); };
+    draw({});
+    expectFailureWithoutLocation([&] { draw({""}); }, "Invalid fill colour value: 123");
+}
+
+TEST(DrawText, TakesAnySizeAsFarAsGlyphsCanBeRendered) {
+    for (int const size : {0, -1, smallest, largest}) coverage(" ", {}, size);
+    for (int const size : {-1, 65535, largest})
+        expectFailureAt([&] { coverage("W", Vec2f(), size); }, "glyph render error: 98",
+                        "imgproc\\drawing\\ft\\FreeType:", "!error");
+}
+
+TEST(FontFace, FailsForAFileThatHoldsNoFont) {
+    TemporaryFolder const folder;
+    writeBytes(folder / "no.ttf", "not a font");
+    for (char const *type : {"DrawText", "DrawBoxes"})
+        for (auto const &[path, error] : {std::pair{folder / "absent.ttf", "1"}, {folder / "no.ttf", "2"}}) {
+            Options const options{{"fontFile", path}};
+            expectFailureAt([&] { nodeOf(type, options); }, "Error opening file \"" + path + "\": " + error,
+                            "imgproc\\drawing\\ft\\FreeType:", "!error");
+        }
+}
+
+/// Draws boxes, with labels if there are any.
+Frame draw(Frame const &frame, Boxes const &boxes, Options const &options, Strings const &labels = {}) {
+    Ports inputs{"frames", "boxes"};
+    if (!labels.empty()) inputs.insert("text");
+    OneNode node = nodeOf("DrawBoxes", options, inputs, {"output"});
+    return held<Frame>(
+        node.run({{"frames", valueOf(frame)}, {"boxes", valueOf(boxes)}, {"text", valueOf(labels)}}, 7).at("output"));
+}
+
+/// What drawing a box should leave, pixel by pixel, for boxes whose sums stay far within 32 bits.
+void drawLiterally(Frame const &frame, Box const &box, bool filled, int t) {
+    Rect<int> const asked = roundToInt(box);
+    int const rows = int(frame.shape[0]), columns = int(frame.shape[1]);
+    int x = std::max(asked.x, 0), y = std::max(asked.y, 0);
+    int right = std::min(asked.x + asked.width, columns), bottom = std::min(asked.y + asked.height, rows);
+    bool const gone = right <= x || bottom <= y; // fills the corner, and is outlined there
+    if (gone) x = y = right = bottom = 0;
+    for (int r = 0; r < rows; r++)
+        for (int c = 0; c < columns; c++) {
+            bool const inside = c >= x && c < right && r >= y && r < bottom;
+            bool const around = c >= x - t && c < right + t && r >= y - t && r < bottom + t;
+            if (filled ? inside || (gone && r == 0 && c == 0) : around && !inside)
+                frame.first()[r * columns + c] = {1, 2, 3};
+        }
+}
+
+TEST(DrawBoxes, PaintsBoxesCutToTheFrameOrBandsAroundThem) {
+    std::mt19937 random(2);
+    auto const number = [&](int from, unsigned steps) { return float(from) + float(random() % steps) / 4; };
+    for (int round = 0; round < 3000; round++) {
+        Frame const frame = randomFrame<Vec3b>(unsigned(random() % 12), unsigned(random() % 12), random);
+        Frame const expected = frame.clone();
+        Boxes boxes(random() % 4);
+        for (Box &box : boxes) box = {number(-9, 99), number(-9, 99), number(-3, 80), number(-3, 80)};
+        bool const filled = random() % 2 != 0;
+        int const thickness = int(random() % 8) - 1;
+        for (Box const &box : boxes) drawLiterally(expected, box, filled, thickness);
+        Frame const drawn =
+            draw(frame, boxes, {{"filled", filled}, {"lineThickness", thickness}, {"colour", "010203"}});
+        ASSERT_EQ(drawn.first(), frame.first());
+        ASSERT_EQ(elements(drawn), elements(expected)) << round;
+    }
+}
+
+TEST(DrawBoxes, WalksRowsByTheStridesOfTheFrame) {
+    Frame frame({3, 4}, {0, 0, 0});
+    frame.strides = {5, 1};
+    Pixels const pixels = elements(draw(frame, {{1, 0, 2, 2}}, {{"filled", true}}));
+    for (std::size_t i = 0; i < 12; i++) EXPECT_EQ(pixels[i] != Vec3b{}, i == 1 || i == 2 || i == 6 || i == 7) << i;
+}
+
+TEST(DrawBoxes, FailsUnclampedForABoxOfAnotherAreaThanItsPartInTheFrame) {
+    struct {
+        Box box;             // in a frame of 100 columns and 50 rows
+        std::string corners; // in the message; empty if it passes
+    } const cases[] = {
+        {{0, 0, 100, 50}, ""},
+        {{0.4f, -0.4f, 99.6f, 50}, ""},
+        {{-200, 0, 0, 7}, ""},
+        {{0, 0, 100.5f, 50}, "(0, 0, 101, 50)"},
+        {{-2.5f, 3, 10, 10}, "(-3, 3, 7, 13)"},
+        {{5, 1, 1e20f, 7}, "(5, 1, -2147483643, 8)"},
+    };
+    for (auto const &[box, corners] : cases) {
+        auto const run = [boxes = Boxes{{1, 1, 2, 2}, box}] { draw(Frame({50, 100}), boxes, {{"clamp", false}}); };
+        if (corners.empty())
+            EXPECT_EQ(messageOf(run), "no failure");
+        else
+            expectFailureAt(run,
+                            "DrawBoxes: Frame 7 requests box " + corners + ", which is outside the frame of 100x50!",
+                            "imgproc/drawing/ft/DrawBoxes:");
+    }
+}
+
+TEST(DrawBoxes, LabelsTheCutCornerWithCrossedOffsets) {
+    Frame const frame({60, 80}, {0, 0, 0});
+    Options const options{
+        {"size", 20}, {"colour", "FFFFFF"}, {"lineThickness", 0}, {"textOffsetX", 5}, {"textOffsetY", 11}};
+    draw(frame, {{-9, 2, 20, 90}}, options, {"Ag"});
+    EXPECT_EQ(elements(frame), coverage("Ag", {2 + 5, 0 + 11}));
+}
+
+} // namespace
+} // namespace zun::test

@@ -1,0 +1,233 @@
+#include <bit>
+#include <cstring>
+#include <numeric>
+#include <span>
+
+#include "ImgprocNode.h"
+#include "imgproc/kernels/Equalise.h"
+
+namespace zun::test {
+namespace {
+
+template <class T>
+Mat<T, 2> blur(Mat<T, 2> const &frame, int width, int height) {
+    return filtered(sizeof(T) == 1 ? "GreyBoxBlur" : "RGBBoxBlur", {{"kernelSizeX", width}, {"kernelSizeY", height}},
+                    frame);
+}
+
+TEST(BoxBlur, TruncatesTheMeanOfTheBox) {
+    struct {
+        Bytes in;
+        int size;
+        Bytes out;
+    } const cases[] = {
+        {{5, 0, 255, 7}, 1, {5, 0, 255, 7}},
+        {{0, 0, 0, 0, 100, 0, 0, 0}, 4, {0, 0, 0, 25, 25, 25, 25, 0}}, // two before, one behind
+        {{0, 0, 0, 0, 90, 0, 0, 0}, 3, {0, 0, 0, 30, 30, 30, 0, 0}},
+        {{100, 0, 0, 200}, 2, {100, 50, 0, 100}},
+        {{8, 0}, 8, {5, 4}}, // four, then three pixels on the left beyond the edge
+        {Bytes(5, 255), 7, Bytes(5, 255)},
+        {Bytes(5, 255), 9, Bytes(5, 254)}, // nine rounded ninths fall short of one
+        {{90, 200, 30}, 7, {88, 79, 71}},  // 80 but for what the running sum lost
+    };
+    for (auto const &[in, size, out] : cases) {
+        auto const length = static_cast<std::uint32_t>(in.size());
+        EXPECT_EQ(elements(blur(frameOf({1, length}, in), size, 1)), out) << size;
+        EXPECT_EQ(elements(blur(frameOf({length, 1}, in), 1, size)), out) << size;
+    }
+}
+
+TEST(BoxBlur, BlursRowsThenColumnsOfEachChannelByItself) {
+    std::mt19937 random(1);
+    Frame const frame = randomFrame<Vec3b>(9, 14, random), before = frame.clone(), blurred = blur(frame, 5, 4);
+    EXPECT_EQ(elements(frame), elements(before)) << "the input is not changed";
+    ASSERT_EQ(blurred.shape, frame.shape);
+    for (int k = 0; k < 3; k++) {
+        Grey const channel(frame.shape);
+        for (std::uint32_t i = 0; i < frame.count; i++) channel.first()[i] = frame.first()[i][k];
+        Grey const both = blur(channel, 5, 4);
+        EXPECT_EQ(elements(both), elements(blur(blur(channel, 5, 1), 1, 4)));
+        for (std::uint32_t i = 0; i < frame.count; i++) ASSERT_EQ(blurred.first()[i][k], both.first()[i]) << i;
+    }
+}
+
+TEST(BoxBlur, PassesAnEmptyFrameOnWhateverTheBox) {
+    for (Shape<2> const shape : {Shape<2>{0, 0}, Shape<2>{0, 4}, Shape<2>{4, 0}})
+        for (int const size : {3, 0, -5}) {
+            EXPECT_EQ(blur(Grey(shape), size, 3).shape, shape);
+            EXPECT_EQ(blur(Frame(shape), 3, size).shape, shape);
+        }
+}
+
+Grey normalise(Grey const &frame) { return filtered("NormalizeGreyImage", {}, frame); }
+
+TEST(NormalizeGrey, MapsEachToneToTheShareOfDarkerPixels) {
+    struct {
+        Bytes in, out;
+    } const cases[] = {
+        {{77, 77, 77, 77}, {0, 0, 0, 0}},
+        {{10, 200, 200, 10}, {0, 128, 128, 0}},
+        {{255, 0, 3}, {170, 0, 85}},
+        {{255, 0, 3, 3, 4, 200}, {213, 0, 42, 42, 128, 170}},
+    };
+    for (auto const &[in, out] : cases) EXPECT_EQ(elements(normalise(frameOf({1, std::uint32_t(in.size())}, in))), out);
+    Grey bright({16, 32}, 9); // all but one are below
+    bright.first()[40] = 10;
+    EXPECT_EQ(normalise(bright).first()[40], 255);
+}
+
+TEST(Equalised, WrapsIn32Bits) {
+    struct {
+        std::uint32_t below, total;
+        int byte;
+    } const cases[] = {
+        {0, 1, 0},
+        {1, 3, 85},
+        {254, 255, 254},
+        {255, 256, 255},
+        {0x7fffff, 0x800000, 255},
+        {0x800000, 0x1000000, 128},   // -2^31 / 2^24 = -128
+        {0x800001, 0x1000000, 129},   // -127.99 toward zero
+        {0x1000001, 0x2000000, 0},    // 2^32 + 256 is 256
+        {0x2000005, 0x2000006, 0},    // 1280 / 33554438
+        {0xffffff, 0xfffffff0, 16},   // -256 / -16
+        {0x123, 0xffffff00, 0xdd},    // 74496 / -256 = -291
+        {0x800000, 0xffffffff, 0},    // -2^31 / -1 wraps to -2^31
+        {0x800000, 0xfffffffe, 255},  // 2^30
+        {0x7fffff, 0x80000000, 0},    // 2147483392 / -2^31
+        {0x800000, 0x80000000, 1},    // -2^31 / -2^31
+        {0xffffffff, 0xffffffff, 255} // -256 / -1
+    };
+    for (auto const &[below, total, byte] : cases)
+        EXPECT_EQ(int(kernels::equalised(below, total)), byte) << below << " of " << total;
+}
+
+Floats normalise(Floats const &frame, int bins) {
+    return filtered("NormalizeYCbCrImage", {{"histogramSize", bins}}, frame);
+}
+
+TEST(NormalizeYCbCr, MapsEachBinToTheShareOfLowerPixels) {
+    struct {
+        int bins;
+        std::vector<float> in, out;
+    } const cases[] = {
+        {256, {0.3f, 0.3f, 0.3f}, {0, 0, 0}},
+        {256, {0.25f, 0.75f, 0.75f, 0.25f}, {0, 0.5f, 0.5f, 0}},
+        {4, {0.9f, 1, 7, -3, 0.2f, 0.25f}, {0.5f, 0.5f, 0.5f, 0, 0, 2.0f / 6}},
+        {4, {0.5f, nan, infinity, -infinity, 1e9f}, {4.0f / 5, 0, 0, 0, 0}}, // what no int holds is the smallest
+        {1, {0.1f, 5, -5}, {0, 0, 0}},
+        {2147483647, {0.5f, 0.25f, 1, 0.25f}, {3.0f / 4, 1.0f / 4, 0, 1.0f / 4}}, // 1 falls on 2^31
+    };
+    for (auto const &[bins, in, out] : cases) {
+        std::vector<Vec3f> pixels, expected;
+        for (std::size_t i = 0; i < in.size(); i++) {
+            pixels.push_back({in[i], -0.0f, std::bit_cast<float>(0x7fa12345)});
+            expected.push_back({out[i], -0.0f, std::bit_cast<float>(0x7fa12345)});
+        }
+        Floats const result = normalise(frameOf({std::uint32_t(in.size()), 1}, pixels), bins);
+        EXPECT_EQ(std::memcmp(result.first(), expected.data(), result.bytes()), 0) << bins << " bins";
+    }
+}
+
+TEST(NormalizeYCbCr, CountsManyBinsLikeFew) {
+    std::mt19937 random(1);
+    Floats const frame({1000, 1}, {0, 0, 0});
+    for (Vec3f &pixel : std::span(frame.first(), frame.count)) pixel[0] = static_cast<float>(random() % 128) / 128;
+    auto const expected = elements(normalise(frame, 128));
+    for (int const bins : {256, 1 << 20, 1 << 21, 1 << 30}) EXPECT_EQ(elements(normalise(frame, bins)), expected);
+}
+
+TEST(NormalizeYCbCr, FailsOnANegativeNumberOfBinsUnlessThereIsNothingToCount) {
+    EXPECT_EQ(normalise(Floats({0, 3}), -1).shape, (Shape<2>{0, 3}));
+    EXPECT_EQ(normalise(Floats(), 0).count, 0u);
+    EXPECT_EQ(lengthErrorOf([] { normalise(Floats({1, 1}, {0, 0, 0}), -1); }), "vector<T> too long");
+}
+
+struct Windows {
+    int stepX, stepY, width, height;
+};
+
+Grey normalise(Grey const &frame, Windows const &windows) {
+    return filtered("SlidingWindowNormalizeGreyImage",
+                    {{"stepX", windows.stepX},
+                     {"stepY", windows.stepY},
+                     {"windowWidth", windows.width},
+                     {"windowHeight", windows.height}},
+                    frame);
+}
+
+/// For each place on an axis, how many of the windows that cover `at` cover it as well.
+std::vector<std::uint32_t> weights(std::uint32_t extent, int step, int length, std::uint32_t at) {
+    std::vector<std::uint32_t> result(extent + 1);
+    for (std::int64_t begin = 0; begin <= at; begin += step) {
+        std::int64_t const end = std::min<std::int64_t>(begin + length, extent);
+        if (at >= end) continue;
+        result[static_cast<std::size_t>(begin)]++;
+        result[static_cast<std::size_t>(end)]--;
+    }
+    std::partial_sum(result.begin(), result.end(), result.begin());
+    return result;
+}
+
+/// The definition: a pixel is held against all pixels of all windows that cover it, as often as they hold them.
+unsigned char expectedByte(Grey const &frame, Windows const &windows, std::uint32_t pixel) {
+    std::uint32_t const columns = frame.shape[1];
+    auto const down = weights(frame.shape[0], windows.stepY, windows.height, pixel / columns);
+    auto const along = weights(columns, windows.stepX, windows.width, pixel % columns);
+    std::uint32_t below = 0, total = 0;
+    for (std::uint32_t i = 0; i < frame.count; i++) {
+        std::uint32_t const times = down[i / columns] * along[i % columns];
+        total += times;
+        if (frame.first()[i] < frame.first()[pixel]) below += times;
+    }
+    return kernels::equalised(below, total);
+}
+
+TEST(SlidingWindowNormalize, SumsTheHistogramsOfAllWindowsOverAPixel) {
+    std::mt19937 random(1);
+    auto const upTo = [&](int end) { return 1 + static_cast<int>(random() % unsigned(end)); };
+    for (int round = 0; round < 300; round++) {
+        auto const rows = upTo(14), columns = upTo(14);
+        Windows windows{1, 1, upTo(columns + 4), upTo(rows + 4)};
+        if (round % 3 != 0) windows.stepX = upTo(windows.width >= columns ? 40 : windows.width);
+        if (round % 3 != 1) windows.stepY = upTo(windows.height >= rows ? 40 : windows.height);
+        if (round % 20 == 0) windows.width = 2147483647 - upTo(8);
+        if (round % 20 == 1) windows.height = 2147483647;
+        Grey const frame = randomFrame<unsigned char>(unsigned(rows), unsigned(columns), random);
+        Grey const result = normalise(frame, windows);
+        ASSERT_EQ(result.shape, frame.shape);
+        for (std::uint32_t i = 0; i < frame.count; i++)
+            ASSERT_EQ(result.first()[i], expectedByte(frame, windows, i))
+                << rows << " x " << columns << " under " << windows.height << " x " << windows.width;
+    }
+    for (Shape<2> const shape : {Shape<2>{0, 0}, Shape<2>{0, 4}, Shape<2>{4, 0}})
+        EXPECT_EQ(normalise(Grey(shape), {1, 1, 3, 3}).shape, shape);
+}
+
+TEST(SlidingWindowNormalize, WrapsCountsTotalsAndProducts) {
+    struct {
+        std::uint32_t rows, columns;
+        Windows windows;
+    } const cases[] = {
+        {120, 130, {1, 1, 64, 64}},         // products wrap from 2^23 counts on
+        {400, 420, {1, 1, 400, 420}},       // totals pass 2^31 and 2^32
+        {100, 101, {2, 1, 99, 2147483647}}, // ends that 32 bits don't hold
+        {3, 70000, {1000, 1, 9000, 2}},     // counts pass 16 bits
+        {66000, 2, {1, 1, 2, 66000}},       // so do those of a column
+        {70000, 1, {1, 1, 1, 70000}},
+    };
+    std::mt19937 random(1);
+    for (auto const &[rows, columns, windows] : cases) {
+        Grey const frame = randomFrame<unsigned char>(rows, columns, random);
+        for (std::uint32_t i = 0; rows > 60000 && i < frame.count; i++) // nearly all of one value
+            if (i % 100 != 0) frame.first()[i] = 240;
+        Grey const result = normalise(frame, windows);
+        for (int sample = 0; sample < 8; sample++) {
+            std::uint32_t const pixel = sample == 0 ? frame.count - 1 : unsigned(random() % frame.count);
+            ASSERT_EQ(result.first()[pixel], expectedByte(frame, windows, pixel)) << rows << " rows, " << pixel;
+        }
+    }
+}
+
+} // namespace
+} // namespace zun::test
