@@ -227,7 +227,7 @@ TEST(NearestName, IsWhatAHumanWouldHaveMeant) {
          std::map<std::string, std::vector<std::string>>{{"Crop<Vec3b>", {"Crop"}},
                                                          {"Crop<Vec3f>", {"crop<vec3f>"}},
                                                          {"DrawPoints", {"DrawPoint"}},
-                                                         {"NegativeImage", {"NegatveImgae", "negativeimage", "Neg"}},
+                                                         {"NegativeImage", {"NegatveImgae", "NEGATIVEIMAGE", "Neg"}},
                                                          {"colour", {"color"}},
                                                          {"out", {"uot"}}})
         for (std::string const &wrong : wrongs) EXPECT_EQ(nearestName(wrong, names), meant) << wrong;
