@@ -14,9 +14,13 @@ std::string nameOf(std::int64_t target) {
     return withoutVectors ? std::string(plainTarget) : hwy::TargetName(target);
 }
 
-std::vector<std::int64_t> bits() {
-    hwy::SetSupportedTargetsForTest(0);
-    return hwy::SupportedAndGeneratedTargets();
+/// Those of the machine, whatever has been chosen: asked for once, so that asking again changes nothing.
+std::vector<std::int64_t> const &bits() {
+    static std::vector<std::int64_t> const all = [] {
+        hwy::SetSupportedTargetsForTest(0);
+        return hwy::SupportedAndGeneratedTargets();
+    }();
+    return all;
 }
 
 void choose(std::int64_t targetOrAll) {

@@ -15,7 +15,7 @@ namespace zun::kernels {
 /// The name of the target that runs plain forms.
 inline constexpr std::string_view plainTarget = "plain";
 
-/// The targets that this machine has, the best first and plainTarget last.
+/// The targets that this machine has, the best first and plainTarget last. Thread-safe.
 std::vector<std::string> targets();
 
 /// Makes kernels of the whole process run for this target from now on; for tests and measurements. Throws
