@@ -58,8 +58,8 @@ public:
         // Squares take a frame as dense; other elements are laid over it as its strides say.
         std::uint32_t const pitch = elementSizeX == elementSizeY ? frame.shape[1] : frame.strides[0];
         zun::kernels::Element const element{elementSizeX, elementSizeY, originX, originY};
-        zun::kernels::matchElement(frame.first(), pitch, result.first(), frame.shape[0], frame.shape[1], element,
-                                   static_cast<unsigned char>(elementValue), invert ? 0 : 1, invert ? 1 : 0);
+        zun::kernels::erodeOrDilate(frame.first(), pitch, result.first(), frame.shape[0], frame.shape[1], element,
+                                    static_cast<unsigned char>(elementValue), invert ? 0 : 1, invert ? 1 : 0);
         writeStream(tick, output, result);
     }
 };

@@ -156,7 +156,7 @@ private:
         return result;
     }
 
-    static Frame3 allChannels(Cells const &cells) { return converted<zun::Vec3b>(cells, zun::kernels::spread); }
+    static Frame3 allChannels(Cells const &cells) { return converted<zun::Vec3b>(cells, zun::kernels::broadcast); }
 
     bool wantsTail() const { return toGrey.connected() || toBinary.connected(); }
 
@@ -183,8 +183,8 @@ private:
         if (toRgb.connected())
             writeStream(tick, toRgb, converted<zun::Vec3b>(frame, zun::kernels::pickChannels, redGreenBlue));
         if (toYCbCr.connected())
-            writeStream(tick, toYCbCr, converted<zun::Vec3f>(frame, zun::kernels::multiply, yCbCrWeights));
-        if (wantsTail()) writeTail(tick, converted<unsigned char>(frame, zun::kernels::weightedSum, greyOfFour));
+            writeStream(tick, toYCbCr, converted<zun::Vec3f>(frame, zun::kernels::multiplyFour, yCbCrWeights));
+        if (wantsTail()) writeTail(tick, converted<unsigned char>(frame, zun::kernels::weightedSumOfFour, greyOfFour));
     }
 
     void fromRgba(zun::Tick tick) {
@@ -202,7 +202,7 @@ private:
             writeStream(tick, toBgr,
                         converted<zun::Vec3b>(frame, zun::kernels::multiplyTwiceToBytes, reversed, yCbCrToRgb));
         if (toYCbCr.connected()) writeStream(tick, toYCbCr, frame);
-        if (wantsTail()) writeTail(tick, converted<unsigned char>(frame, zun::kernels::weightedSum, yOfYCbCr));
+        if (wantsTail()) writeTail(tick, converted<unsigned char>(frame, zun::kernels::weightedSumOfFloats, yOfYCbCr));
     }
 
     void fromGrey(zun::Tick tick) {
@@ -210,7 +210,7 @@ private:
         if (toRgb.connected()) writeStream(tick, toRgb, allChannels(cells));
         // A connected BGR brings this frame to RGB, a second time if that is connected too; BGR gets nothing.
         if (toBgr.connected()) writeStream(tick, toRgb, allChannels(cells));
-        if (toYCbCr.connected()) writeStream(tick, toYCbCr, converted<zun::Vec3f>(cells, zun::kernels::spreadFirst));
+        if (toYCbCr.connected()) writeStream(tick, toYCbCr, converted<zun::Vec3f>(cells, zun::kernels::toFirstChannel));
         if (wantsTail()) writeTail(tick, cells);
     }
 
@@ -221,7 +221,7 @@ private:
             if (toRgb.connected()) writeStream(tick, toRgb, allChannels(intensity));
             if (toBgr.connected()) writeStream(tick, toBgr, allChannels(intensity));
             if (toYCbCr.connected())
-                writeStream(tick, toYCbCr, converted<zun::Vec3f>(intensity, zun::kernels::spreadFirst));
+                writeStream(tick, toYCbCr, converted<zun::Vec3f>(intensity, zun::kernels::toFirstChannel));
             if (toGrey.connected()) writeStream(tick, toGrey, intensity);
         }
         if (toBinary.connected()) writeStream(tick, toBinary, cells);

@@ -11,10 +11,10 @@ namespace {
 using Form = KernelCase::Form;
 
 KernelCase morphology(std::string name, Element const &element, bool inverted) {
-    return {"matchElement " + name, Content::binary, frameBytes<1>, frameBytes<1>,
+    return {"erodeOrDilate " + name, Content::binary, frameBytes<1>, frameBytes<1>,
             [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
-                formOf(form, plain::matchElement, matchElement)(in, size.columns, out, size.rows, size.columns, element,
-                                                                1, inverted ? 0 : 1, inverted ? 1 : 0);
+                formOf(form, plain::erodeOrDilate, erodeOrDilate)(in, size.columns, out, size.rows, size.columns,
+                                                                  element, 1, inverted ? 0 : 1, inverted ? 1 : 0);
             }};
 }
 

@@ -41,15 +41,17 @@ std::vector<KernelCase> colourCases() {
                                            scaled),
             flat<Vec3b, unsigned char, std::array<float, 3>>("weightedSum", Content::bytes, plain::weightedSum,
                                                              weightedSum, {0.299f, 0.587f, 0.114f}),
-            flat<Vec4b, unsigned char, std::array<float, 4>>("weightedSum of four", Content::bytes, plain::weightedSum,
-                                                             weightedSum, {0.114f, 0.587f, 0.299f, 0.0f}),
+            flat<Vec4b, unsigned char, std::array<float, 4>>("weightedSum of four", Content::bytes,
+                                                             plain::weightedSumOfFour, weightedSumOfFour,
+                                                             {0.114f, 0.587f, 0.299f, 0.0f}),
             flat<Vec3f, unsigned char, std::array<float, 3>>("weightedSum of floats", Content::floats,
-                                                             plain::weightedSum, weightedSum, {1.0f, 0.0f, 0.0f}),
-            flat<Vec4b, Vec3f, Weights<4>>("multiply four", Content::bytes, plain::multiply, multiply,
+                                                             plain::weightedSumOfFloats, weightedSumOfFloats,
+                                                             {1.0f, 0.0f, 0.0f}),
+            flat<Vec4b, Vec3f, Weights<4>>("multiply four", Content::bytes, plain::multiplyFour, multiplyFour,
                                            {{{0.0f, 0.299f, 0.587f, 0.114f},
                                              {0.0f, -0.168736f, -0.331264f, 0.5f},
                                              {0.0f, 0.5f, -0.418688f, -0.081312f}}}),
-            flat<unsigned char, Vec3b>("spread", Content::bytes, plain::spread, spread)};
+            flat<unsigned char, Vec3b>("broadcast", Content::bytes, plain::broadcast, broadcast)};
 }
 
 } // namespace zun::kernels

@@ -2,10 +2,6 @@
 
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/BlendCoverage_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -90,22 +86,9 @@ void blendCoverage(Coverage const &coverage, Vec3b *frame, FrameSize size, int t
     }
 }
 
-#else
-
-using plain::blendCoverage;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(blendCoverage);
-void blendCoverage(Coverage const &coverage, Vec3b *frame, FrameSize size, int top, int left, Vec3b colour) {
-    HWY_DYNAMIC_DISPATCH(blendCoverage)(coverage, frame, size, top, left, colour);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(blendCoverage)

@@ -6,15 +6,10 @@
 
 #include "imgproc/kernels/BoxWindow.h"
 #include "imgproc/kernels/Scratch.h"
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/BoxBlur_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
-#ifndef ZUN_BOX_BLUR_SCRATCH
-#define ZUN_BOX_BLUR_SCRATCH
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
 /// What is transposed at once: so many rows of a block, or of a transposed one.
@@ -30,6 +25,25 @@ struct BlurScratch {
     std::uint8_t *strip, *block, *ring;
     float *sums; ///< along the columns
 };
+
+using BlurBlocks = void(BlurScratch const &scratch, unsigned char const *in, unsigned char *out, FrameSize size,
+                        int channels, BoxSize box);
+
+static void blurWith(BlurBlocks blurBlocks, unsigned char const *in, unsigned char *out, FrameSize size, int channels,
+                     BoxSize box) {
+    if (size.rows == 0 || size.columns == 0) return;
+    std::size_t const pixelBytes = static_cast<std::size_t>(channels);
+    // Without pixels to add up there is no first sum of a column.
+    if (box.width == 0 || box.height == 0) return void(std::memset(out, 0, size.rows * (size.columns * pixelBytes)));
+    // Strips are written whole, beyond a row's end too.
+    std::size_t const pitch = roundedUp((size.columns + stripRows) * pixelBytes, mostBytes);
+    // From the row that leaves to the one that enters, and on to the end of its block.
+    std::size_t const reached = static_cast<std::size_t>(box.height) + mostBytes;
+    std::size_t const ringRows = roundedUp(reached < size.rows ? reached : size.rows, mostBytes);
+    Scratch<std::uint8_t> const strip(stripRows * pitch), block(pitch * mostBytes), ring(ringRows * pitch);
+    Scratch<float> const sums(pitch);
+    blurBlocks({pitch, ringRows, strip.data(), block.data(), ring.data(), sums.data()}, in, out, size, channels, box);
+}
 
 } // namespace zun::kernels
 #endif
@@ -199,8 +213,8 @@ private:
     std::size_t done = 0;
 };
 
-void boxBlurWith(BlurScratch const &scratch, unsigned char const *in, unsigned char *out, FrameSize size, int channels,
-                 BoxSize box) {
+void blurBlocks(BlurScratch const &scratch, unsigned char const *in, unsigned char *out, FrameSize size, int channels,
+                BoxSize box) {
     std::size_t const pixelBytes = static_cast<std::size_t>(channels), rowBytes = size.columns * pixelBytes;
     BoxWindow const alongRow(box.width, size.columns), alongColumn(box.height, size.rows);
     BlurredRows rows(in, size, pixelBytes, alongRow, scratch);
@@ -230,11 +244,8 @@ void boxBlurWith(BlurScratch const &scratch, unsigned char const *in, unsigned c
     }
 }
 
-#else
-
-void boxBlurWith(BlurScratch const &, unsigned char const *in, unsigned char *out, FrameSize size, int channels,
-                 BoxSize box) {
-    plain::boxBlur(in, out, size, channels, box);
+void boxBlur(unsigned char const *in, unsigned char *out, FrameSize size, int channels, BoxSize box) {
+    blurWith(blurBlocks, in, out, size, channels, box);
 }
 
 #endif
@@ -242,22 +253,4 @@ void boxBlurWith(BlurScratch const &, unsigned char const *in, unsigned char *ou
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(boxBlurWith);
-void boxBlur(unsigned char const *in, unsigned char *out, FrameSize size, int channels, BoxSize box) {
-    if (size.rows == 0 || size.columns == 0) return;
-    // Strips are written whole, beyond a row's end too.
-    std::size_t const pitch = roundedUp((size.columns + stripRows) * static_cast<std::size_t>(channels), mostBytes);
-    // From the row that leaves to the one that enters, and on to the end of its block.
-    std::size_t const reached = static_cast<std::size_t>(box.height) + mostBytes;
-    std::size_t const ringRows = roundedUp(reached < size.rows ? reached : size.rows, mostBytes);
-    Scratch<std::uint8_t> const strip(stripRows * pitch), block(pitch * mostBytes), ring(ringRows * pitch);
-    Scratch<float> const sums(pitch);
-    BlurScratch const scratch{pitch, ringRows, strip.data(), block.data(), ring.data(), sums.data()};
-    HWY_DYNAMIC_DISPATCH(boxBlurWith)(scratch, in, out, size, channels, box);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(boxBlur)

@@ -44,7 +44,7 @@ void plain::multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return product(pixel, weights); });
 }
 
-void plain::multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+void plain::multiplyFour(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
     forEachPixel(in, out, count, [weights](Vec4b const &pixel) { return product(pixel, weights); });
 }
 
@@ -61,19 +61,20 @@ void plain::weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count
     forEachPixel(in, out, count, [weights](Vec3b const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void plain::weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+void plain::weightedSumOfFour(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
     forEachPixel(in, out, count, [weights](Vec4b const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void plain::weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+void plain::weightedSumOfFloats(Vec3f const *in, unsigned char *out, std::uint32_t count,
+                                std::array<float, 3> weights) {
     forEachPixel(in, out, count, [weights](Vec3f const &pixel) { return lowByte(dot(pixel, weights)); });
 }
 
-void plain::spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
+void plain::broadcast(unsigned char const *in, Vec3b *out, std::uint32_t count) {
     forEachPixel(in, out, count, [](unsigned char cell) { return Vec3b{cell, cell, cell}; });
 }
 
-void spreadFirst(unsigned char const *in, Vec3f *out, std::uint32_t count) {
+void toFirstChannel(unsigned char const *in, Vec3f *out, std::uint32_t count) {
     forEachPixel(in, out, count, [](unsigned char cell) { return Vec3f{static_cast<float>(cell), 0.0f, 0.0f}; });
 }
 

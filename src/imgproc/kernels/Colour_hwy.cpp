@@ -1,9 +1,5 @@
 #include "imgproc/kernels/Colour.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/Colour_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -88,9 +84,10 @@ struct Rows {
         : first(weights.data()[0].data()), second(weights.data()[1].data()), third(weights.data()[2].data()) {}
 };
 
+/// As many pixels as whole vectors hold; gives their number.
 template <int N, class Pixel>
-HWY_INLINE void sumChannels(Pixel const *in, unsigned char *out, std::uint32_t count,
-                            std::array<float, N> const &weights) {
+HWY_INLINE std::uint32_t sumChannels(Pixel const *in, unsigned char *out, std::uint32_t count,
+                                     std::array<float, N> const &weights) {
     RgbLanes const rgb;
     Row<N> const row(weights.data());
     VFloats channels[N];
@@ -99,11 +96,12 @@ HWY_INLINE void sumChannels(Pixel const *in, unsigned char *out, std::uint32_t c
         loadChannels(rgb, in + done, channels);
         storeLowBytes(truncate(row.dot(channels)), out + done);
     }
-    plain::weightedSum(in + done, out + done, count - done, weights);
+    return done;
 }
 
+/// Likewise.
 template <int N, class Pixel>
-HWY_INLINE void multiplyChannels(Pixel const *in, Vec3f *out, std::uint32_t count, Weights<N> const &weights) {
+HWY_INLINE std::uint32_t multiplyChannels(Pixel const *in, Vec3f *out, std::uint32_t count, Weights<N> const &weights) {
     RgbLanes const rgb;
     Rows<N> const rows(weights);
     VFloats channels[N];
@@ -113,23 +111,28 @@ HWY_INLINE void multiplyChannels(Pixel const *in, Vec3f *out, std::uint32_t coun
         hn::StoreInterleaved3(rows.first.dot(channels), rows.second.dot(channels), rows.third.dot(channels), Floats(),
                               reinterpret_cast<float *>(out + done));
     }
-    plain::multiply(in + done, out + done, count - done, weights);
+    return done;
 }
 
-void weightedSumOf3(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    sumChannels<3>(in, out, count, weights);
+void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
+    std::uint32_t const done = sumChannels<3>(in, out, count, weights);
+    plain::weightedSum(in + done, out + done, count - done, weights);
 }
-void weightedSumOf4(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
-    sumChannels<4>(in, out, count, weights);
+void weightedSumOfFour(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
+    std::uint32_t const done = sumChannels<4>(in, out, count, weights);
+    plain::weightedSumOfFour(in + done, out + done, count - done, weights);
 }
 void weightedSumOfFloats(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    sumChannels<3>(in, out, count, weights);
+    std::uint32_t const done = sumChannels<3>(in, out, count, weights);
+    plain::weightedSumOfFloats(in + done, out + done, count - done, weights);
 }
-void multiply3(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
-    multiplyChannels<3>(in, out, count, weights);
+void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
+    std::uint32_t const done = multiplyChannels<3>(in, out, count, weights);
+    plain::multiply(in + done, out + done, count - done, weights);
 }
-void multiply4(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
-    multiplyChannels<4>(in, out, count, weights);
+void multiplyFour(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
+    std::uint32_t const done = multiplyChannels<4>(in, out, count, weights);
+    plain::multiplyFour(in + done, out + done, count - done, weights);
 }
 
 void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
@@ -150,7 +153,7 @@ void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3
     plain::multiplyToBytes(in + done, out + done, count - done, weights);
 }
 
-void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
+void broadcast(unsigned char const *in, Vec3b *out, std::uint32_t count) {
     std::uint32_t done = 0;
     for (; count - done >= 16; done += 16) {
         auto const cells = hn::LoadU(Block(), in + done);
@@ -159,26 +162,7 @@ void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) {
         hn::StoreU(tripled<1>(cells), Block(), to + 16);
         hn::StoreU(tripled<2>(cells), Block(), to + 32);
     }
-    plain::spread(in + done, out + done, count - done);
-}
-
-#else
-
-using plain::multiplyToBytes, plain::pickChannels, plain::reverseChannels, plain::spread;
-void weightedSumOf3(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    plain::weightedSum(in, out, count, weights);
-}
-void weightedSumOf4(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
-    plain::weightedSum(in, out, count, weights);
-}
-void weightedSumOfFloats(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    plain::weightedSum(in, out, count, weights);
-}
-void multiply3(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
-    plain::multiply(in, out, count, weights);
-}
-void multiply4(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
-    plain::multiply(in, out, count, weights);
+    plain::broadcast(in + done, out + done, count - done);
 }
 
 #endif
@@ -186,51 +170,12 @@ void multiply4(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weig
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(reverseChannels);
-void reverseChannels(Vec3b const *in, Vec3b *out, std::uint32_t count) {
-    HWY_DYNAMIC_DISPATCH(reverseChannels)(in, out, count);
-}
-
-HWY_EXPORT(pickChannels);
-void pickChannels(Vec4b const *in, Vec3b *out, std::uint32_t count, std::array<int, 3> chosen) {
-    HWY_DYNAMIC_DISPATCH(pickChannels)(in, out, count, chosen);
-}
-
-HWY_EXPORT(multiply3);
-void multiply(Vec3b const *in, Vec3f *out, std::uint32_t count, Weights<3> weights) {
-    HWY_DYNAMIC_DISPATCH(multiply3)(in, out, count, weights);
-}
-
-HWY_EXPORT(multiply4);
-void multiply(Vec4b const *in, Vec3f *out, std::uint32_t count, Weights<4> weights) {
-    HWY_DYNAMIC_DISPATCH(multiply4)(in, out, count, weights);
-}
-
-HWY_EXPORT(multiplyToBytes);
-void multiplyToBytes(Vec3f const *in, Vec3b *out, std::uint32_t count, Weights<3> weights) {
-    HWY_DYNAMIC_DISPATCH(multiplyToBytes)(in, out, count, weights);
-}
-
-HWY_EXPORT(weightedSumOf3);
-void weightedSum(Vec3b const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    HWY_DYNAMIC_DISPATCH(weightedSumOf3)(in, out, count, weights);
-}
-
-HWY_EXPORT(weightedSumOf4);
-void weightedSum(Vec4b const *in, unsigned char *out, std::uint32_t count, std::array<float, 4> weights) {
-    HWY_DYNAMIC_DISPATCH(weightedSumOf4)(in, out, count, weights);
-}
-
-HWY_EXPORT(weightedSumOfFloats);
-void weightedSum(Vec3f const *in, unsigned char *out, std::uint32_t count, std::array<float, 3> weights) {
-    HWY_DYNAMIC_DISPATCH(weightedSumOfFloats)(in, out, count, weights);
-}
-
-HWY_EXPORT(spread);
-void spread(unsigned char const *in, Vec3b *out, std::uint32_t count) { HWY_DYNAMIC_DISPATCH(spread)(in, out, count); }
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(reverseChannels)
+ZUN_DISPATCH(pickChannels)
+ZUN_DISPATCH(multiply)
+ZUN_DISPATCH(multiplyFour)
+ZUN_DISPATCH(multiplyToBytes)
+ZUN_DISPATCH(weightedSum)
+ZUN_DISPATCH(weightedSumOfFour)
+ZUN_DISPATCH(weightedSumOfFloats)
+ZUN_DISPATCH(broadcast)

@@ -7,6 +7,7 @@
 
 #include "containers/Arithmetic.h"
 #include "containers/Vec.h"
+#include "imgproc/kernels/Dispatch.h"
 
 namespace zun::kernels {
 
@@ -19,30 +20,32 @@ inline unsigned char equalised(std::uint32_t below, std::uint32_t total) {
     return static_cast<unsigned char>(quotient >= 255 ? 255 : quotient);
 }
 
+/// The bin of a value among so many, as equaliseFirstChannel() says.
+inline std::size_t binOf(float value, int bins) {
+    int const bin = truncateToInt(value * static_cast<float>(bins));
+    return static_cast<std::size_t>(std::max(std::min(bin, bins - 1), 0));
+}
+
+/// `below` / `count` in single precision, both taken as signed 32-bit integers.
+inline float share(std::uint32_t below, std::size_t count) {
+    return static_cast<float>(static_cast<int>(below)) /
+           static_cast<float>(static_cast<int>(static_cast<std::uint32_t>(count)));
+}
+
+namespace plain {
+
 /// Equalises `count` bytes, at least one, by their own histogram. The ranges must not overlap.
 void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count);
 
 /// Replaces the first channel of `count` pixels by the share of the pixels, from 0 to less than 1, that lie in a lower
 /// bin of its histogram; the other two are copied. A value v falls into bin v * `bins`, truncated, and held within the
-/// `bins` there are; what no int holds, NaN with it, into the first. The ranges must not overlap.
+/// `bins` there are, at least one; what no int holds, NaN with it, into the first. The ranges must not overlap. With
+/// more bins than pixels, the fast form's memory grows with the pixels only.
 void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins);
 
-namespace plain {
-void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count);
-void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins);
 } // namespace plain
 
-// What both forms are made of.
-
-/// Of each byte, what it becomes.
-void equalisedBytes(unsigned char const *in, std::size_t count, unsigned char (&bytes)[256]);
-
-/// From how many of `count` pixels fall in each bin, the shares.
-void sharesOfCounts(std::uint32_t const *counts, float *shares, std::size_t bins, std::size_t count);
-
-inline std::size_t binOf(float value, int bins) {
-    int const bin = truncateToInt(value * static_cast<float>(bins));
-    return static_cast<std::size_t>(std::max(std::min(bin, bins - 1), 0));
-}
+inline constexpr auto &equaliseGrey = Dispatched<plain::equaliseGrey>::call;
+inline constexpr auto &equaliseFirstChannel = Dispatched<plain::equaliseFirstChannel>::call;
 
 } // namespace zun::kernels

@@ -1,25 +1,69 @@
 #include "imgproc/kernels/Equalise.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "imgproc/kernels/Scratch.h"
+#include "imgproc/kernels/Vectors-inl.h"
 
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
+
+/// For each byte value, the byte that it becomes.
+static void equalisedBytes(unsigned char const *in, std::size_t count, unsigned char (&bytes)[256]) {
+    // Counting on one counter again and again waits for its memory; neighbours, often equal, go to different ones.
+    std::uint32_t parts[4][256] = {};
+    std::size_t i = 0;
+    for (; i + 4 <= count; i += 4)
+        for (std::size_t part = 0; part < 4; part++) parts[part][in[i + part]]++;
+    for (; i < count; i++) parts[0][in[i]]++;
+
+    std::uint32_t below = 0;
+    for (std::size_t v = 0; v < 256; v++) {
+        bytes[v] = equalised(below, static_cast<std::uint32_t>(count));
+        below += parts[0][v] + parts[1][v] + parts[2][v] + parts[3][v];
+    }
+}
+
+/// For so many bins that a counter for each would take far more memory than the frame.
+static void equaliseSparsely(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
+    std::vector<std::size_t> taken(count);
+    for (std::size_t i = 0; i < count; i++) taken[i] = binOf(in[i][0], bins);
+    std::sort(taken.begin(), taken.end());
+    for (std::size_t i = 0; i < count; i++) {
+        auto const below = std::lower_bound(taken.begin(), taken.end(), binOf(in[i][0], bins)) - taken.begin();
+        out[i] = {share(static_cast<std::uint32_t>(below), count), in[i][1], in[i][2]};
+    }
+}
 
 /// The first half counts pixels by bin, in four parts; the second puts their shares in place.
 using CountBins = void(Vec3f const *in, std::size_t count, int bins, std::uint32_t *counts);
 using PutShares = void(Vec3f const *in, Vec3f *out, std::size_t count, int bins, float const *shares);
 
-void equaliseFirstChannelBy(CountBins countBins, PutShares putShares, Vec3f const *in, Vec3f *out, std::size_t count,
-                            int bins);
+static void equaliseFirstChannelWith(CountBins countBins, PutShares putShares, Vec3f const *in, Vec3f *out,
+                                     std::size_t count, int bins) {
+    constexpr int mostInCache = 1 << 12; // of which four times as many counters are still at hand
+    constexpr int alwaysCounted = 1 << 20;
+    if (bins > alwaysCounted && static_cast<std::size_t>(bins) > count) return equaliseSparsely(in, out, count, bins);
+    if (count == 0 || bins < 1 || bins > mostInCache) return plain::equaliseFirstChannel(in, out, count, bins);
+
+    auto const binCount = static_cast<std::size_t>(bins);
+    Scratch<std::uint32_t> const counts(4 * binCount);
+    std::memset(counts.data(), 0, 4 * binCount * sizeof(std::uint32_t));
+    countBins(in, count, bins, counts.data());
+    Scratch<float> const shares(binCount);
+    std::uint32_t below = 0;
+    for (std::size_t i = 0; i < binCount; i++) {
+        shares[i] = share(below, count);
+        below += counts[i] + counts[binCount + i] + counts[2 * binCount + i] + counts[3 * binCount + i];
+    }
+    putShares(in, out, count, bins, shares.data());
+}
 
 } // namespace zun::kernels
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/Equalise_hwy.cpp"
-#include <hwy/foreach_target.h>
-
-#include "imgproc/kernels/Vectors-inl.h"
+#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace zun::kernels::HWY_NAMESPACE {
@@ -132,46 +176,13 @@ void putShares(Vec3f const *in, Vec3f *out, std::size_t count, int bins, float c
 }
 
 void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
-    equaliseFirstChannelBy(countBins, putShares, in, out, count, bins);
+    equaliseFirstChannelWith(countBins, putShares, in, out, count, bins);
 }
-
-#else
-
-using plain::equaliseFirstChannel, plain::equaliseGrey;
 
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-void equaliseFirstChannelBy(CountBins countBins, PutShares putShares, Vec3f const *in, Vec3f *out, std::size_t count,
-                            int bins) {
-    constexpr int mostCounted = 1 << 12; // of which four times as many counters are still at hand
-    if (count == 0 || bins < 1 || bins > mostCounted) return plain::equaliseFirstChannel(in, out, count, bins);
-
-    auto const binCount = static_cast<std::size_t>(bins);
-    Scratch<std::uint32_t> const counts(4 * binCount);
-    std::memset(counts.data(), 0, 4 * binCount * sizeof(std::uint32_t));
-    countBins(in, count, bins, counts.data());
-    for (std::size_t i = 0; i < binCount; i++)
-        counts[i] += counts[binCount + i] + counts[2 * binCount + i] + counts[3 * binCount + i];
-    Scratch<float> const shares(binCount);
-    sharesOfCounts(counts.data(), shares.data(), binCount, count);
-    putShares(in, out, count, bins, shares.data());
-}
-
-HWY_EXPORT(equaliseGrey);
-void equaliseGrey(unsigned char const *in, unsigned char *out, std::size_t count) {
-    HWY_DYNAMIC_DISPATCH(equaliseGrey)(in, out, count);
-}
-
-HWY_EXPORT(equaliseFirstChannel);
-void equaliseFirstChannel(Vec3f const *in, Vec3f *out, std::size_t count, int bins) {
-    HWY_DYNAMIC_DISPATCH(equaliseFirstChannel)(in, out, count, bins);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(equaliseGrey)
+ZUN_DISPATCH(equaliseFirstChannel)

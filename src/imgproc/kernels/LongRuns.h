@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "imgproc/kernels/Dispatch.h"
+
 namespace zun::kernels {
 
 /// What of a line is overwritten, and with what.
@@ -11,6 +13,8 @@ struct RunRule {
     unsigned char fillValue; ///< what it is overwritten with
     int leastLength;         ///< of a run, in pixels; below 1 see below
 };
+
+namespace plain {
 
 /// Finds runs of at least the least length in each row of `in` and overwrites them in `out`, which has the same shape,
 /// dense, and is not read. With a least length below 1 the whole row is overwritten, but for each pixel that is not of
@@ -22,11 +26,9 @@ void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint
 void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
                              std::uint32_t columns, RunRule const &rule);
 
-namespace plain {
-void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
-                          RunRule const &rule);
-void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
-                             std::uint32_t columns, RunRule const &rule);
 } // namespace plain
+
+inline constexpr auto &overwriteLongRowRuns = Dispatched<plain::overwriteLongRowRuns>::call;
+inline constexpr auto &overwriteLongColumnRuns = Dispatched<plain::overwriteLongColumnRuns>::call;
 
 } // namespace zun::kernels

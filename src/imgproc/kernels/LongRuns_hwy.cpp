@@ -5,10 +5,6 @@
 
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/LongRuns_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -144,29 +140,10 @@ void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, uns
         });
 }
 
-#else
-
-using plain::overwriteLongColumnRuns, plain::overwriteLongRowRuns;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(overwriteLongRowRuns);
-void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
-                          RunRule const &rule) {
-    HWY_DYNAMIC_DISPATCH(overwriteLongRowRuns)(in, out, rows, columns, rule);
-}
-
-HWY_EXPORT(overwriteLongColumnRuns);
-void overwriteLongColumnRuns(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
-                             std::uint32_t columns, RunRule const &rule) {
-    HWY_DYNAMIC_DISPATCH(overwriteLongColumnRuns)(in, inPitch, out, rows, columns, rule);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(overwriteLongRowRuns)
+ZUN_DISPATCH(overwriteLongColumnRuns)

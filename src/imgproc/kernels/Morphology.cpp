@@ -31,7 +31,7 @@ void writeResult(unsigned char const *__restrict in, unsigned char *__restrict o
 
 } // namespace
 
-void plain::matchElement(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
+void plain::erodeOrDilate(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
                          std::uint32_t columns, Element const &element, unsigned char value, unsigned char hit,
                          unsigned char miss) {
     if (rows == 0 || columns == 0) return;

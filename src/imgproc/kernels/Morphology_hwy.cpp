@@ -10,14 +10,15 @@
 #include <cstring>
 
 #include "imgproc/kernels/Scratch.h"
+#include "imgproc/kernels/Vectors-inl.h"
 
-#ifndef ZUN_MORPHOLOGY_ONCE
-#define ZUN_MORPHOLOGY_ONCE
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
-constexpr std::int64_t mostRowsRead = 3; ///< for an output row, before windows are joined from blocks
-constexpr std::size_t mostMarksRead = 3; ///< for a pixel, before marks that cover more are made
-constexpr std::size_t marksBehind = 64;  ///< a row of marks, for vectors that reach over its end
+constexpr std::int64_t mostRowsRead = 3;    ///< for an output row, before windows are joined from blocks
+constexpr std::size_t mostMarksRead = 3;    ///< for a pixel, before marks that cover more are made
+constexpr std::uint32_t longestVector = 64; ///< of all targets, in bytes
 
 /// A frame in which what is not `value` mismatches.
 struct BinaryFrame {
@@ -26,25 +27,35 @@ struct BinaryFrame {
     std::int64_t rows;
     std::uint32_t columns;
     unsigned char value;
-
-    unsigned char const *row(std::int64_t y) const { return first + static_cast<std::size_t>(y) * pitch; }
 };
 
+/// Its rows of marks are as long as a row, or a vector if that is longer.
 struct MorphologyScratch {
-    std::uint8_t *window;   ///< a row of marks, as wide as the frame and the element, that is 0 beside the frame
+    std::uint8_t *window;   ///< a row of marks, with the element's width more, that is 0 beside the frame
     std::uint8_t *marks[2]; ///< further ones, undefined
     std::uint8_t *head;     ///< a row
     std::uint8_t *tails;    ///< as many rows as the element or the frame has, whichever has fewer
 };
 
+using MatchElement = void(BinaryFrame const &frame, Element const &element, unsigned char hit, unsigned char miss,
+                          unsigned char *out, MorphologyScratch const &scratch);
+
+static void matchWith(MatchElement matchElement, BinaryFrame const &frame, Element const &element, unsigned char hit,
+                      unsigned char miss, unsigned char *out) {
+    if (frame.rows == 0 || frame.columns == 0) return;
+    std::uint64_t const row = std::max(frame.columns, longestVector);
+    std::uint64_t const markRow = row + static_cast<std::uint32_t>(element.columns) + longestVector;
+    Scratch<std::uint8_t> const marks(3 * markRow), head(row);
+    Scratch<std::uint8_t> const tails(row *
+                                      static_cast<std::uint64_t>(std::min<std::int64_t>(frame.rows, element.rows)));
+    // Columns off the frame never mismatch.
+    std::memset(marks.data(), 0, markRow);
+    matchElement(frame, element, hit, miss, out,
+                 {marks.data(), {marks.data() + markRow, marks.data() + 2 * markRow}, head.data(), tails.data()});
+}
+
 } // namespace zun::kernels
 #endif
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/Morphology_hwy.cpp"
-#include <hwy/foreach_target.h>
-
-#include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zun::kernels::HWY_NAMESPACE {
@@ -85,19 +96,46 @@ void joinRows(unsigned char const *a, unsigned char const *b, unsigned char cons
     });
 }
 
+/// The rows of a frame. One that is shorter than a vector is copied, and pixels that match follow it.
+class Rows {
+public:
+    explicit Rows(BinaryFrame const &wholeFrame)
+        : frame(wholeFrame), columns(HWY_MAX(frame.columns, static_cast<std::uint32_t>(hn::Lanes(Bytes())))) {
+        std::memset(copies, frame.value, sizeof copies);
+    }
+
+    /// `copy`, below mostRowsRead: the rows that are wanted at the same time have different ones.
+    unsigned char const *row(std::int64_t y, std::int64_t copy = 0) {
+        unsigned char const *const first = frame.first + static_cast<std::size_t>(y) * frame.pitch;
+        if (frame.columns == columns) return first;
+        std::memcpy(copies[copy], first, frame.columns);
+        return copies[copy];
+    }
+
+private:
+    BinaryFrame frame;
+    std::uint8_t copies[mostRowsRead][longestVector];
+
+public:
+    std::uint32_t const columns; ///< of the frame or a copy
+};
+
 /// The mismatches under the element's rows, for one output row after the other.
 class RowWindows {
 public:
-    RowWindows(BinaryFrame const &wholeFrame, Element const &element, std::uint8_t *headRow, std::uint8_t *tailRows)
-        : frame(wholeFrame), height(element.rows), originRow(element.originRow), head(headRow), tails(tailRows) {}
+    RowWindows(BinaryFrame const &frame, Element const &element, std::uint8_t *headRow, std::uint8_t *tailRows)
+        : rows(frame), rowCount(frame.rows), value(frame.value), height(element.rows), originRow(element.originRow),
+          head(headRow), tails(tailRows) {}
+
+    std::uint32_t columns() const { return rows.columns; }
 
     void gather(std::int64_t y, std::uint8_t *window) {
         std::int64_t const top = y - originRow;
         if (height > mostRowsRead) return joinBlocks(y, top, window);
         auto const row = [&](std::int64_t k) HWY_ATTR {
-            return frame.row(HWY_MIN(HWY_MAX(top + HWY_MIN(k, height - 1), 0), frame.rows - 1));
+            return rows.row(HWY_MIN(HWY_MAX(top + HWY_MIN(k, height - 1), 0), rowCount - 1), k);
         };
-        joinRows(row(0), row(1), row(2), frame.value, window, frame.columns);
+        joinRows(row(0), row(1), row(2), value, window, columns());
     }
 
 private:
@@ -106,31 +144,33 @@ private:
         unsigned char const *entering = nullptr;
         if (y % height == 0)
             beginBlock(top, bottom);
-        else if (bottom < frame.rows)
-            entering = frame.row(bottom);
-        joinWindow(tailOf(HWY_MAX(top, firstTail)), entering, frame.value, head, window, frame.columns);
+        else if (bottom < rowCount)
+            entering = rows.row(bottom);
+        joinWindow(tailOf(HWY_MAX(top, firstTail)), entering, value, head, window, columns());
     }
 
     void beginBlock(std::int64_t top, std::int64_t bottom) {
         firstTail = HWY_MAX(top, 0);
         std::uint8_t const *below = nullptr;
-        for (std::int64_t row = HWY_MIN(bottom, frame.rows - 1); row >= firstTail; row--) {
-            gatherTail(frame.row(row), frame.value, below, tailOf(row), frame.columns);
+        for (std::int64_t row = HWY_MIN(bottom, rowCount - 1); row >= firstTail; row--) {
+            gatherTail(rows.row(row), value, below, tailOf(row), columns());
             below = tailOf(row);
         }
-        std::memset(head, 0, frame.columns);
+        std::memset(head, 0, columns());
     }
 
     std::uint8_t *tailOf(std::int64_t row) const {
-        return tails + static_cast<std::size_t>(row - firstTail) * frame.columns;
+        return tails + static_cast<std::size_t>(row - firstTail) * columns();
     }
 
-    BinaryFrame frame;
+    Rows rows;
+    std::int64_t rowCount;
+    unsigned char value;
     std::int64_t height, originRow, firstTail = 0;
     std::uint8_t *head, *tails;
 };
 
-/// out[x] = in[x] | in[x + distance]; both have room for a vector more.
+/// out[x] = in[x] | in[x + distance]; both have space for a vector more.
 void orWithNeighbour(std::uint8_t const *in, std::uint8_t *out, std::size_t count, std::size_t distance) {
     for (std::size_t x = 0; x < count; x += hn::Lanes(Bytes()))
         hn::StoreU(hn::Or(hn::LoadU(Bytes(), in + x), hn::LoadU(Bytes(), in + x + distance)), Bytes(), out + x);
@@ -150,9 +190,6 @@ void writeResult(std::uint8_t const *marks, std::size_t covered, std::size_t wid
 
 void matchElement(BinaryFrame const &frame, Element const &element, unsigned char hit, unsigned char miss,
                   unsigned char *out, MorphologyScratch const &scratch) {
-    if (frame.columns < hn::Lanes(Bytes()))
-        return plain::matchElement(frame.first, frame.pitch, out, static_cast<std::uint32_t>(frame.rows), frame.columns,
-                                   element, frame.value, hit, miss);
     auto const width = static_cast<std::size_t>(element.columns);
     RowWindows rows(frame, element, scratch.head, scratch.tails);
     for (std::int64_t y = 0; y < frame.rows; y++, out += frame.columns) {
@@ -161,19 +198,23 @@ void matchElement(BinaryFrame const &frame, Element const &element, unsigned cha
         std::uint8_t const *marks = scratch.window;
         std::size_t covered = 1;
         for (int next = 0; covered * mostMarksRead < width; covered *= 2, next = 1 - next) {
-            orWithNeighbour(marks, scratch.marks[next], frame.columns + width - 2 * covered, covered);
+            orWithNeighbour(marks, scratch.marks[next], rows.columns() + width - 2 * covered, covered);
             marks = scratch.marks[next];
         }
-        writeResult(marks, covered, width, hit, miss, out, frame.columns);
+        if (frame.columns == rows.columns()) {
+            writeResult(marks, covered, width, hit, miss, out, frame.columns);
+        } else {
+            std::uint8_t result[longestVector];
+            writeResult(marks, covered, width, hit, miss, result, rows.columns());
+            std::memcpy(out, result, frame.columns);
+        }
     }
 }
 
-#else
-
-void matchElement(BinaryFrame const &frame, Element const &element, unsigned char hit, unsigned char miss,
-                  unsigned char *out, MorphologyScratch const &) {
-    plain::matchElement(frame.first, frame.pitch, out, static_cast<std::uint32_t>(frame.rows), frame.columns, element,
-                        frame.value, hit, miss);
+void erodeOrDilate(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
+                   std::uint32_t columns, Element const &element, unsigned char value, unsigned char hit,
+                   unsigned char miss) {
+    matchWith(matchElement, {in, inPitch, rows, columns, value}, element, hit, miss, out);
 }
 
 #endif
@@ -181,23 +222,4 @@ void matchElement(BinaryFrame const &frame, Element const &element, unsigned cha
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(matchElement);
-void matchElement(unsigned char const *in, std::uint32_t inPitch, unsigned char *out, std::uint32_t rows,
-                  std::uint32_t columns, Element const &element, unsigned char value, unsigned char hit,
-                  unsigned char miss) {
-    if (rows == 0 || columns == 0) return;
-    std::uint64_t const markRow = std::uint64_t(columns) + static_cast<std::uint32_t>(element.columns) + marksBehind;
-    Scratch<std::uint8_t> const marks(3 * markRow), head(columns);
-    Scratch<std::uint8_t> const tails(std::uint64_t(columns) * std::min<std::int64_t>(rows, element.rows));
-    // Columns off the frame never mismatch.
-    std::memset(marks.data(), 0, markRow);
-    HWY_DYNAMIC_DISPATCH(matchElement)
-    ({in, inPitch, rows, columns, value}, element, hit, miss, out,
-     {marks.data(), {marks.data() + markRow, marks.data() + 2 * markRow}, head.data(), tails.data()});
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(erodeOrDilate)

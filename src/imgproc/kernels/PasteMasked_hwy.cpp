@@ -1,9 +1,5 @@
 #include "imgproc/kernels/PasteMasked.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/PasteMasked_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -73,23 +69,9 @@ void pasteMasked(unsigned char const *mask, std::uint32_t count, std::uint32_t w
     }
 }
 
-#else
-
-using plain::pasteMasked;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(pasteMasked);
-void pasteMasked(unsigned char const *mask, std::uint32_t count, std::uint32_t width, Vec3b *target,
-                 std::uint32_t targetGap, Vec3b const *source, std::uint32_t sourceGap) {
-    HWY_DYNAMIC_DISPATCH(pasteMasked)(mask, count, width, target, targetGap, source, sourceGap);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(pasteMasked)

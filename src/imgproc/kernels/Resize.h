@@ -3,9 +3,12 @@
 #pragma once
 
 #include "containers/Vec.h"
+#include "imgproc/kernels/Dispatch.h"
 #include "imgproc/kernels/FrameSize.h"
 
 namespace zun::kernels {
+
+namespace plain {
 
 /// Each pixel is a copy of the one at its position rounded down. Positions are products modulo 2^32, divided.
 void resizeNearest(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
@@ -21,11 +24,17 @@ void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
 /// sides shrink.
 void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
 
-namespace plain {
-void resizeNearest(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
-void resizeBlockMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
-void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
-void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
 } // namespace plain
+
+// The file that defines one must not define the others.
+extern template struct Dispatched<plain::resizeNearest>;
+extern template struct Dispatched<plain::resizeBlockMean>;
+extern template struct Dispatched<plain::resizeBilinear>;
+extern template struct Dispatched<plain::resizeAreaMean>;
+
+inline constexpr auto &resizeNearest = Dispatched<plain::resizeNearest>::call;
+inline constexpr auto &resizeBlockMean = Dispatched<plain::resizeBlockMean>::call;
+inline constexpr auto &resizeBilinear = Dispatched<plain::resizeBilinear>::call;
+inline constexpr auto &resizeAreaMean = Dispatched<plain::resizeAreaMean>::call;
 
 } // namespace zun::kernels

@@ -1,20 +1,16 @@
 // Each lane sums up the area of one output pixel, in the plain form's order: which columns are covered, and by which
 // share, differs from lane to lane, and so all lanes take the most that any needs. Those that are not covered have
 // weight 0, and adding 0 to a sum that is not negative changes no bit of it; no more does a factor of 1.
+#include "imgproc/kernels/Resize.h"
+
 #include <algorithm>
 
-#include "imgproc/kernels/Resize.h"
+#include "imgproc/kernels/ResizePicks-inl.h"
 #include "imgproc/kernels/ResizePicks.h"
 #include "imgproc/kernels/ResizeTables.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/ResizeAreaMean_hwy.cpp"
-#include <hwy/foreach_target.h>
-
-#include "imgproc/kernels/ResizePicks-inl.h"
-
-#ifndef ZUN_RESIZE_AREA_MEAN_SCRATCH
-#define ZUN_RESIZE_AREA_MEAN_SCRATCH
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
 /// One of the columns that each output column covers.
@@ -31,6 +27,46 @@ struct AreaMeanScratch {
     std::uint32_t *picked;
     float *sums; ///< for each vector of columns the three channels one after the other
 };
+
+/// One of the columns that a span covers: 0 is the one that it begins in, `last` the one that it ends in.
+struct Share {
+    std::uint32_t column;
+    float weight;
+};
+static Share shareOf(Span const &span, std::uint32_t which, std::uint32_t last) {
+    if (which == 0) return {span.first, span.wFirst};
+    if (which == last) return {span.end, span.wLast};
+    std::uint32_t const column = span.whole + which - 1;
+    return {column, column < span.end ? 1.0f : 0.0f};
+}
+
+using SumAreas = void(AreaMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+
+static void areaMeanWith(SumAreas sumAreas, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    if (to.columns < mostLanes) return plain::resizeAreaMean(in, from, out, to); // most lanes would be idle
+    std::vector<Span> const rows = spans(from.rows, to.rows), columns = spans(from.columns, to.columns);
+    std::uint32_t inner = 0;
+    for (Span const &span : columns) inner = std::max(inner, span.end - span.whole);
+    std::uint32_t const coveredCount = inner + 2;
+
+    PickScratch const tables(coveredCount, to.columns);
+    std::size_t const count = wholeVectors(to.columns);
+    Scratch<float> const floats((coveredCount + 3) * count);
+    Scratch<std::uint32_t> const picked(count);
+    Scratch<CoveredColumn> const covered(coveredCount);
+    for (std::uint32_t k = 0; k < coveredCount; k++) {
+        auto const share = [&](std::size_t j) { return shareOf(columns[j], k, coveredCount - 1); };
+        // One of weight 0 may lie beyond the frame.
+        Picks const picks =
+            tables.picks(k, to.columns, [&](std::size_t j) { return std::min(share(j).column, from.columns - 1); });
+        float *const weights = floats.data() + k * count;
+        for (std::size_t j = 0; j < count; j++) weights[j] = j < to.columns ? share(j).weight : 0.0f;
+        covered[k] = {picks, weights};
+    }
+    AreaMeanScratch const scratch{rows.data(),  meanDivisor(from, to), covered.data(),
+                                  coveredCount, picked.data(),         floats.data() + coveredCount * count};
+    sumAreas(scratch, in, from, out, to);
+}
 
 } // namespace zun::kernels
 #endif
@@ -93,7 +129,7 @@ private:
     AreaMeanScratch const &scratch;
 };
 
-void areaMeanWith(AreaMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+void sumAreas(AreaMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
     for (std::size_t k = 0; k < scratch.coveredCount; k++) makeWindows(scratch.covered[k].picks, from.columns);
     RowWriter const writer;
     AreaSums const sums(reinterpret_cast<std::uint8_t const *>(in), from.columns, scratch);
@@ -107,10 +143,8 @@ void areaMeanWith(AreaMeanScratch const &scratch, Vec3b const *in, FrameSize fro
     }
 }
 
-#else
-
-void areaMeanWith(AreaMeanScratch const &, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    plain::resizeAreaMean(in, from, out, to);
+void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    areaMeanWith(sumAreas, in, from, out, to);
 }
 
 #endif
@@ -118,50 +152,4 @@ void areaMeanWith(AreaMeanScratch const &, Vec3b const *in, FrameSize from, Vec3
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-namespace {
-
-/// One of the columns that a span covers: 0 is the one that it begins in, `last` the one that it ends in.
-struct Share {
-    std::uint32_t column;
-    float weight;
-};
-Share shareOf(Span const &span, std::uint32_t which, std::uint32_t last) {
-    if (which == 0) return {span.first, span.wFirst};
-    if (which == last) return {span.end, span.wLast};
-    std::uint32_t const column = span.whole + which - 1;
-    return {column, column < span.end ? 1.0f : 0.0f};
-}
-
-} // namespace
-
-HWY_EXPORT(areaMeanWith);
-void resizeAreaMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    if (to.columns < mostLanes) return plain::resizeAreaMean(in, from, out, to); // most lanes would be idle
-    std::vector<Span> const rows = spans(from.rows, to.rows), columns = spans(from.columns, to.columns);
-    std::uint32_t inner = 0;
-    for (Span const &span : columns) inner = std::max(inner, span.end - span.whole);
-    std::uint32_t const coveredCount = inner + 2;
-
-    PickScratch const tables(coveredCount, to.columns);
-    std::size_t const count = wholeVectors(to.columns);
-    Scratch<float> const floats((coveredCount + 3) * count);
-    Scratch<std::uint32_t> const picked(count);
-    Scratch<CoveredColumn> const covered(coveredCount);
-    for (std::uint32_t k = 0; k < coveredCount; k++) {
-        auto const share = [&](std::size_t j) { return shareOf(columns[j], k, coveredCount - 1); };
-        // One of weight 0 may lie beyond the frame.
-        Picks const picks =
-            tables.picks(k, to.columns, [&](std::size_t j) { return std::min(share(j).column, from.columns - 1); });
-        float *const weights = floats.data() + k * count;
-        for (std::size_t j = 0; j < count; j++) weights[j] = j < to.columns ? share(j).weight : 0.0f;
-        covered[k] = {picks, weights};
-    }
-    AreaMeanScratch const scratch{rows.data(),  meanDivisor(from, to), covered.data(),
-                                  coveredCount, picked.data(),         floats.data() + coveredCount * count};
-    HWY_DYNAMIC_DISPATCH(areaMeanWith)(scratch, in, from, out, to);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(resizeAreaMean)

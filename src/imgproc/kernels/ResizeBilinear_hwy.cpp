@@ -1,15 +1,11 @@
 #include "imgproc/kernels/Resize.h"
+
+#include "imgproc/kernels/ResizePicks-inl.h"
 #include "imgproc/kernels/ResizePicks.h"
 #include "imgproc/kernels/ResizeTables.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/ResizeBilinear_hwy.cpp"
-#include <hwy/foreach_target.h>
-
-#include "imgproc/kernels/ResizePicks-inl.h"
-
-#ifndef ZUN_RESIZE_BILINEAR_SCRATCH
-#define ZUN_RESIZE_BILINEAR_SCRATCH
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
 /// What is kept for each side of a column's position.
@@ -24,6 +20,30 @@ struct BilinearScratch {
     BilinearSide left, right;
     float *upper, *lower; ///< interpolated rows, for each vector of columns the three channels one after the other
 };
+
+using Interpolate = void(BilinearScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+
+static void bilinearWith(Interpolate interpolate, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    std::vector<Neighbours> const rows = rowNeighbours(from.rows, to.rows),
+                                  columns = columnNeighbours(from.columns, to.columns);
+    PickScratch const tables(2, to.columns);
+    Picks const left = tables.picks(0, to.columns, [&](std::size_t j) { return columns[j].first; }),
+                right = tables.picks(1, to.columns, [&](std::size_t j) { return columns[j].second; });
+    Scratch<std::uint32_t> const picked(2 * left.count);
+    Scratch<float> const floats(8 * left.count);
+    float *const weights = floats.data(), *const stretched = weights + 2 * left.count;
+    for (std::size_t j = 0; j < left.count; j++) {
+        Neighbours const &at = columns[j < to.columns ? j : to.columns - 1];
+        weights[j] = at.wFirst;
+        weights[left.count + j] = at.wSecond;
+    }
+    BilinearScratch const scratch{rows.data(),
+                                  {left, weights, picked.data()},
+                                  {right, weights + left.count, picked.data() + left.count},
+                                  stretched,
+                                  stretched + 3 * left.count};
+    interpolate(scratch, in, from, out, to);
+}
 
 } // namespace zun::kernels
 #endif
@@ -88,7 +108,7 @@ private:
     Held upper, lower;
 };
 
-void bilinearWith(BilinearScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+void interpolate(BilinearScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
     makeWindows(scratch.left.picks, from.columns);
     makeWindows(scratch.right.picks, from.columns);
     RowWriter const writer;
@@ -110,10 +130,8 @@ void bilinearWith(BilinearScratch scratch, Vec3b const *in, FrameSize from, Vec3
     }
 }
 
-#else
-
-void bilinearWith(BilinearScratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    plain::resizeBilinear(in, from, out, to);
+void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    bilinearWith(interpolate, in, from, out, to);
 }
 
 #endif
@@ -121,31 +139,4 @@ void bilinearWith(BilinearScratch, Vec3b const *in, FrameSize from, Vec3b *out, 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(bilinearWith);
-void resizeBilinear(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    std::vector<Neighbours> const rows = rowNeighbours(from.rows, to.rows),
-                                  columns = columnNeighbours(from.columns, to.columns);
-    PickScratch const tables(2, to.columns);
-    Picks const left = tables.picks(0, to.columns, [&](std::size_t j) { return columns[j].first; }),
-                right = tables.picks(1, to.columns, [&](std::size_t j) { return columns[j].second; });
-    Scratch<std::uint32_t> const picked(2 * left.count);
-    Scratch<float> const floats(8 * left.count);
-    float *const weights = floats.data(), *const stretched = weights + 2 * left.count;
-    for (std::size_t j = 0; j < left.count; j++) {
-        Neighbours const &at = columns[j < to.columns ? j : to.columns - 1];
-        weights[j] = at.wFirst;
-        weights[left.count + j] = at.wSecond;
-    }
-    BilinearScratch const scratch{rows.data(),
-                                  {left, weights, picked.data()},
-                                  {right, weights + left.count, picked.data() + left.count},
-                                  stretched,
-                                  stretched + 3 * left.count};
-    HWY_DYNAMIC_DISPATCH(bilinearWith)(scratch, in, from, out, to);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(resizeBilinear)

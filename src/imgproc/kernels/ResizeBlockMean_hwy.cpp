@@ -3,16 +3,12 @@
 // more than what a float below 256 is rounded by; so a float quotient never reaches a whole number that the true one
 // stays below, and truncated it is the quotient of integers.
 #include "imgproc/kernels/Resize.h"
-#include "imgproc/kernels/ResizePicks.h"
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/ResizeBlockMean_hwy.cpp"
-#include <hwy/foreach_target.h>
 
 #include "imgproc/kernels/ResizePicks-inl.h"
+#include "imgproc/kernels/ResizePicks.h"
 
-#ifndef ZUN_RESIZE_BLOCK_MEAN_SCRATCH
-#define ZUN_RESIZE_BLOCK_MEAN_SCRATCH
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
 struct BlockSize {
@@ -30,6 +26,19 @@ struct BlockMeanScratch {
     std::uint32_t *blockSums;  ///< four for each block, the last of no meaning; they have 16 bits where these suffice
     std::uint32_t *means;
 };
+
+using MeanOfBlocks = void(BlockMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to,
+                          BlockSize block);
+
+static void blockMeanWith(MeanOfBlocks meanOfBlocks, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    BlockSize const block{from.rows / to.rows, from.columns / to.columns};
+    if (block.height > mostInPairs || block.width > largestArea || block.area() > largestArea)
+        return plain::resizeBlockMean(in, from, out, to);
+    std::size_t const count = wholeVectors(to.columns);
+    Scratch<std::uint16_t> const columnSums(3 * std::size_t(from.columns) + 1); // one pixel is read as four sums
+    Scratch<std::uint32_t> const blockSums(4 * count), means(count);
+    meanOfBlocks({columnSums.data(), blockSums.data(), means.data()}, in, from, out, to, block);
+}
 
 } // namespace zun::kernels
 #endif
@@ -137,8 +146,8 @@ void divide(std::uint32_t const *sums, std::uint32_t blocks, std::uint32_t area,
     }
 }
 
-void blockMeanWith(BlockMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to,
-                   BlockSize block) {
+void meanOfBlocks(BlockMeanScratch const &scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to,
+                  BlockSize block) {
     RowWriter const writer;
     std::size_t const rowBytes = 3 * std::size_t(from.columns);
     bool const small = block.area() <= mostInPairs;
@@ -159,10 +168,8 @@ void blockMeanWith(BlockMeanScratch const &scratch, Vec3b const *in, FrameSize f
     }
 }
 
-#else
-
-void blockMeanWith(BlockMeanScratch const &, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to, BlockSize) {
-    plain::resizeBlockMean(in, from, out, to);
+void resizeBlockMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    blockMeanWith(meanOfBlocks, in, from, out, to);
 }
 
 #endif
@@ -170,20 +177,4 @@ void blockMeanWith(BlockMeanScratch const &, Vec3b const *in, FrameSize from, Ve
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(blockMeanWith);
-void resizeBlockMean(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    BlockSize const block{from.rows / to.rows, from.columns / to.columns};
-    if (block.height > mostInPairs || block.width > largestArea || block.area() > largestArea)
-        return plain::resizeBlockMean(in, from, out, to);
-    std::size_t const count = wholeVectors(to.columns);
-    Scratch<std::uint16_t> const columnSums(3 * std::size_t(from.columns) + 1); // one pixel is read as four sums
-    Scratch<std::uint32_t> const blockSums(4 * count), means(count);
-    HWY_DYNAMIC_DISPATCH(blockMeanWith)
-    ({columnSums.data(), blockSums.data(), means.data()}, in, from, out, to, block);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(resizeBlockMean)

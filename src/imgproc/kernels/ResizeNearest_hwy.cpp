@@ -1,15 +1,11 @@
 #include "imgproc/kernels/Resize.h"
+
+#include "imgproc/kernels/ResizePicks-inl.h"
 #include "imgproc/kernels/ResizePicks.h"
 #include "imgproc/kernels/ResizeTables.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/ResizeNearest_hwy.cpp"
-#include <hwy/foreach_target.h>
-
-#include "imgproc/kernels/ResizePicks-inl.h"
-
-#ifndef ZUN_RESIZE_NEAREST_SCRATCH
-#define ZUN_RESIZE_NEAREST_SCRATCH
+#ifndef ZUN_ONCE
+#define ZUN_ONCE
 namespace zun::kernels {
 
 struct NearestScratch {
@@ -17,6 +13,17 @@ struct NearestScratch {
     Picks picks;
     std::uint32_t *picked;
 };
+
+using PickPixels = void(NearestScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to);
+
+static void nearestWith(PickPixels pickPixels, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    std::vector<std::uint32_t> const rows = nearestSources(from.rows, to.rows),
+                                     columns = nearestSources(from.columns, to.columns);
+    PickScratch const tables(1, to.columns);
+    Picks const picks = tables.picks(0, to.columns, [&](std::size_t j) { return columns[j]; });
+    Scratch<std::uint32_t> const picked(picks.count);
+    pickPixels({rows.data(), picks, picked.data()}, in, from, out, to);
+}
 
 } // namespace zun::kernels
 #endif
@@ -26,7 +33,7 @@ namespace zun::kernels::HWY_NAMESPACE {
 
 #if ZUN_HAS_VECTORS
 
-void nearestWith(NearestScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+void pickPixels(NearestScratch scratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
     makeWindows(scratch.picks, from.columns);
     if (!scratch.picks.windowed) return plain::resizeNearest(in, from, out, to);
     RowWriter const writer;
@@ -43,10 +50,8 @@ void nearestWith(NearestScratch scratch, Vec3b const *in, FrameSize from, Vec3b 
     }
 }
 
-#else
-
-void nearestWith(NearestScratch, Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    plain::resizeNearest(in, from, out, to);
+void resizeNearest(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
+    nearestWith(pickPixels, in, from, out, to);
 }
 
 #endif
@@ -54,18 +59,4 @@ void nearestWith(NearestScratch, Vec3b const *in, FrameSize from, Vec3b *out, Fr
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(nearestWith);
-void resizeNearest(Vec3b const *in, FrameSize from, Vec3b *out, FrameSize to) {
-    std::vector<std::uint32_t> const rows = nearestSources(from.rows, to.rows),
-                                     columns = nearestSources(from.columns, to.columns);
-    PickScratch const tables(1, to.columns);
-    Picks const picks = tables.picks(0, to.columns, [&](std::size_t j) { return columns[j]; });
-    Scratch<std::uint32_t> const picked(picks.count);
-    HWY_DYNAMIC_DISPATCH(nearestWith)({rows.data(), picks, picked.data()}, in, from, out, to);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(resizeNearest)

@@ -1,4 +1,6 @@
 // Pixels of chosen columns to vectors with a lane of four bytes for each, and back. Included like Vectors-inl.h.
+#include "imgproc/kernels/Vectors-inl.h"
+
 #if defined(ZUN_RESIZE_PICKS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZUN_RESIZE_PICKS_INL_H
 #undef ZUN_RESIZE_PICKS_INL_H
@@ -10,7 +12,6 @@
 
 #include "containers/Vec.h"
 #include "imgproc/kernels/ResizePicks.h"
-#include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zun::kernels::HWY_NAMESPACE {

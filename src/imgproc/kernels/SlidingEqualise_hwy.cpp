@@ -13,15 +13,8 @@
 #include "imgproc/kernels/SlidingEqualise.h"
 
 #include <cstring>
-#include <vector>
 
-#include "imgproc/kernels/Scratch.h"
 #include "imgproc/kernels/SlidingWindows.h"
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/SlidingEqualise_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -282,56 +275,9 @@ void equaliseInWindows(unsigned char const *in, unsigned char *out, FrameSize si
     sweepFrame(sweepColumns, sweepPlaces, in, out, size, alongRows, alongColumns);
 }
 
-#else
-
-using plain::equaliseInWindows;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-void sweepFrame(void sweepColumns(Sweep const &), void sweepPlaces(Sweep const &), unsigned char const *in,
-                unsigned char *out, FrameSize size, WindowSeries alongRows, WindowSeries alongColumns) {
-    if (size.rows == 0 || size.columns == 0) return;
-    std::vector<unsigned char> const nothing(size.columns, 255); // counts below no value
-    Lines const lines(in, size, alongColumns, nothing.data());
-    std::vector<Cell> cells = cellsOf(alongRows, size.columns, true);
-    bool const single = cells.size() > size.columns / 4 * 3;
-    if (single) cells = cellsOf(alongRows, size.columns, false);
-    std::vector<Place> const places = placesOf(cells, alongRows.length);
-
-    std::uint64_t const counters = (places.size() + 1) * (single ? mostValuesAtOnce : 256);
-    Scratch<std::uint32_t> const increments(counters), others(counters), sums(counters);
-    std::uint64_t const padded = size.columns + std::uint64_t{64}; // vectors are whole
-    Scratch<std::uint32_t> const below(padded), totals(padded), chosen(padded), columnTotals(padded);
-    Scratch<unsigned char> const bytes(padded);
-    for (Place const &place : places) std::fill_n(&columnTotals[place.begin], place.end - place.begin, place.total);
-    (single ? sweepColumns : sweepPlaces)({.in = in,
-                                           .out = out,
-                                           .columns = size.columns,
-                                           .lines = lines.all.data(),
-                                           .lineCount = lines.all.size(),
-                                           .changes = lines.changes.data(),
-                                           .places = places.data(),
-                                           .placeCount = places.size(),
-                                           .increments = {increments.data(), others.data()},
-                                           .sums = sums.data(),
-                                           .below = below.data(),
-                                           .totals = totals.data(),
-                                           .chosen = chosen.data(),
-                                           .columnTotals = columnTotals.data(),
-                                           .bytes = bytes.data()});
-}
-
-HWY_EXPORT(equaliseInWindows);
-void equaliseInWindows(unsigned char const *in, unsigned char *out, FrameSize size, WindowSeries alongRows,
-                       WindowSeries alongColumns) {
-    HWY_DYNAMIC_DISPATCH(equaliseInWindows)(in, out, size, alongRows, alongColumns);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(equaliseInWindows)

@@ -3,7 +3,11 @@
 
 #include <cstdint>
 
+#include "imgproc/kernels/Dispatch.h"
+
 namespace zun::kernels {
+
+namespace plain {
 
 /// out[i] = 1 where in[i] is at least the threshold, else 0. The ranges must not overlap.
 void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
@@ -14,10 +18,10 @@ void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, 
 /// Both at once, which reads the frame only once.
 void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count, int threshold);
 
-namespace plain {
-void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
-void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold);
-void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count, int threshold);
 } // namespace plain
+
+inline constexpr auto &setAtLeast = Dispatched<plain::setAtLeast>::call;
+inline constexpr auto &setBelow = Dispatched<plain::setBelow>::call;
+inline constexpr auto &splitAt = Dispatched<plain::splitAt>::call;
 
 } // namespace zun::kernels

@@ -1,9 +1,5 @@
 #include "imgproc/kernels/Threshold.h"
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/Threshold_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -50,33 +46,11 @@ void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *bel
     });
 }
 
-#else
-
-using plain::setAtLeast, plain::setBelow, plain::splitAt;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(setAtLeast);
-void setAtLeast(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold) {
-    HWY_DYNAMIC_DISPATCH(setAtLeast)(in, out, count, threshold);
-}
-
-HWY_EXPORT(setBelow);
-void setBelow(unsigned char const *in, unsigned char *out, std::uint32_t count, int threshold) {
-    HWY_DYNAMIC_DISPATCH(setBelow)(in, out, count, threshold);
-}
-
-HWY_EXPORT(splitAt);
-void splitAt(unsigned char const *in, unsigned char *atLeast, unsigned char *below, std::uint32_t count,
-             int threshold) {
-    HWY_DYNAMIC_DISPATCH(splitAt)(in, atLeast, below, count, threshold);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(setAtLeast)
+ZUN_DISPATCH(setBelow)
+ZUN_DISPATCH(splitAt)

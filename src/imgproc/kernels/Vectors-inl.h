@@ -1,5 +1,7 @@
-// What the fast forms share. A file x_hwy.cpp includes it behind foreach_target.h, so that it is compiled once for each
-// target, like the file itself.
+// What the fast forms share. Included by a file x_hwy.cpp, it has the compiler read that file once for each target, and
+// is itself read again each time. Code under `#ifndef ZUN_ONCE` is for the first time only.
+#include <hwy/foreach_target.h>
+
 #if defined(ZUN_VECTORS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZUN_VECTORS_INL_H
 #undef ZUN_VECTORS_INL_H
@@ -13,7 +15,9 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
-/// Whether the target has vectors; on one that hasn't, x is plain::x.
+#include "imgproc/kernels/Dispatch.h"
+
+/// Whether the target has vectors. On one that doesn't, the forms of x are plain::x.
 #undef ZUN_HAS_VECTORS
 #define ZUN_HAS_VECTORS (HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128)
 
@@ -164,9 +168,37 @@ HWY_INLINE void storeLowBytes(VInts lanes, std::uint8_t *out) {
 #endif
 }
 
+#else
+
+using namespace plain;
+
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
+
+/// Defines Dispatched<plain::kernel>::call from functions called `kernel`, one in each target's namespace. HWY_EXPORT
+/// makes the table of these, in which HWY_DYNAMIC_DISPATCH finds that of the target in use. The last time that the file
+/// is read, all targets have their function; before that there is nothing to do.
+#undef ZUN_DISPATCH
+#if HWY_ONCE
+namespace zun::kernels {
+
+template <class... Parameters, void (*plainForm)(Parameters...)>
+void Dispatched<plainForm>::call(Parameters... parameters) {
+    formInUse(Dispatched())(parameters...);
+}
+
+} // namespace zun::kernels
+
+#define ZUN_DISPATCH(kernel)                                                                                           \
+    namespace zun::kernels {                                                                                           \
+    HWY_EXPORT(kernel);                                                                                                \
+    static auto formInUse(Dispatched<plain::kernel>) { return &HWY_DYNAMIC_DISPATCH(kernel); }                         \
+    template struct Dispatched<plain::kernel>;                                                                         \
+    }
+#else
+#define ZUN_DISPATCH(kernel)
+#endif
 
 #endif

@@ -2,10 +2,6 @@
 
 #include <cstring>
 
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "imgproc/kernels/Warp_hwy.cpp"
-#include <hwy/foreach_target.h>
-
 #include "imgproc/kernels/Vectors-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -187,22 +183,9 @@ void warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b bor
         }
 }
 
-#else
-
-using plain::warpAffine;
-
 #endif
 
 } // namespace zun::kernels::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zun::kernels {
-
-HWY_EXPORT(warpAffine);
-void warpAffine(Vec3b const *in, FrameSize from, AffineMap const &map, Vec3b border, Vec3b *out, FrameSize to) {
-    HWY_DYNAMIC_DISPATCH(warpAffine)(in, from, map, border, out, to);
-}
-
-} // namespace zun::kernels
-#endif
+ZUN_DISPATCH(warpAffine)
