@@ -20,7 +20,8 @@ KernelCase blur(BoxSize box) {
 
 std::vector<KernelCase> blurCases() {
     std::vector<KernelCase> all;
-    for (BoxSize const box : {BoxSize{1, 1}, {2, 2}, {3, 3}, {9, 9}, {31, 31}, {16, 5}, {7, 130}, {300, 400}}) {
+    for (BoxSize const box :
+         {BoxSize{1, 1}, {2, 2}, {3, 3}, {9, 9}, {31, 31}, {16, 5}, {7, 130}, {300, 400}, {0, 3}, {4, 0}, {0, 0}}) {
         all.push_back(blur<1>(box));
         all.push_back(blur<3>(box));
     }

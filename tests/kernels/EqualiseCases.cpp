@@ -26,11 +26,12 @@ KernelCase firstChannel(int bins) {
             }};
 }
 
-/// Windows that leave no pixel uncovered, of an area that keeps the totals of most frames far from 2^32.
+/// Windows that leave no pixel uncovered. The plain form takes minutes for large windows on large frames.
 KernelCase inWindows(std::string special, WindowSeries alongRows, WindowSeries alongColumns) {
     auto const covered = [](WindowSeries series, std::uint32_t extent) {
         return series.step <= series.length || static_cast<std::int64_t>(extent) <= series.length;
     };
+    bool const bearable = alongRows.length <= 66 || alongRows.step > 1;
     return {"equaliseInWindows " + special,
             Content::bytes,
             frameBytes<1>,
@@ -38,7 +39,10 @@ KernelCase inWindows(std::string special, WindowSeries alongRows, WindowSeries a
             [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
                 formOf(form, plain::equaliseInWindows, equaliseInWindows)(in, out, size, alongRows, alongColumns);
             },
-            [=](FrameSize size) { return covered(alongRows, size.columns) && covered(alongColumns, size.rows); }};
+            [=](FrameSize size) {
+                return covered(alongRows, size.columns) && covered(alongColumns, size.rows) &&
+                       (bearable || size.columns < 1000);
+            }};
 }
 
 } // namespace

@@ -33,74 +33,63 @@ Sizes lowAndWide(FrameSize size) { return {size, {size.rows / 2, size.columns * 
 Sizes highAndNarrow(FrameSize size) { return {size, {size.rows + 3, size.columns * 5 / 9}}; }
 Sizes lessByOne(FrameSize size) { return {size, {size.rows - 1, size.columns - 1}}; }
 
+struct Method {
+    char const *name;
+    Resize *plainForm, *fast;
+};
+constexpr Method nearest{"resizeNearest ", plain::resizeNearest, resizeNearest},
+    blockMean{"resizeBlockMean ", plain::resizeBlockMean, resizeBlockMean},
+    bilinear{"resizeBilinear ", plain::resizeBilinear, resizeBilinear},
+    areaMean{"resizeAreaMean ", plain::resizeAreaMean, resizeAreaMean};
+
 template <Sizes (*sizes)(FrameSize)>
-KernelCase resized(std::string name, Resize *plainForm, Resize *fast) {
-    return {std::move(name),
+KernelCase resized(Method const &method, std::string const &setting) {
+    return {method.name + setting,
             Content::bytes,
             frameBytes<3>,
             [](FrameSize size) { return sizes(size).areFrames() ? frameBytes<3>(sizes(size).to) : 0; },
             [=](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
                 auto const [from, to] = sizes(size);
-                formOf(form, plainForm, fast)(reinterpret_cast<Vec3b const *>(in), from, reinterpret_cast<Vec3b *>(out),
-                                              to);
+                formOf(form, method.plainForm, method.fast)(reinterpret_cast<Vec3b const *>(in), from,
+                                                            reinterpret_cast<Vec3b *>(out), to);
             },
             [](FrameSize size) { return size.rows > 0 && size.columns > 0 && sizes(size).areFrames(); }};
-}
-
-template <Sizes (*sizes)(FrameSize)>
-KernelCase nearest(std::string const &setting) {
-    return resized<sizes>("resizeNearest " + setting, plain::resizeNearest, resizeNearest);
-}
-
-template <Sizes (*sizes)(FrameSize)>
-KernelCase blockMean(std::string const &setting) {
-    return resized<sizes>("resizeBlockMean " + setting, plain::resizeBlockMean, resizeBlockMean);
-}
-
-template <Sizes (*sizes)(FrameSize)>
-KernelCase bilinear(std::string const &setting) {
-    return resized<sizes>("resizeBilinear " + setting, plain::resizeBilinear, resizeBilinear);
-}
-
-template <Sizes (*sizes)(FrameSize)>
-KernelCase areaMean(std::string const &setting) {
-    return resized<sizes>("resizeAreaMean " + setting, plain::resizeAreaMean, resizeAreaMean);
 }
 
 } // namespace
 
 std::vector<KernelCase> resizeCases() {
-    return {nearest<scaled<2, 3>>("to 2/3"),
-            nearest<scaled<2, 1>>("to double"),
-            nearest<scaled<3, 1>>("to triple"),
-            nearest<scaled<8, 7>>("to 8/7"),
-            nearest<scaled<2, 9>>("to 2/9"),
-            nearest<wholeRow>("to a column"),
-            nearest<highAndNarrow>("to high and narrow"),
-            blockMean<blocks<2, 2>>("of 2 x 2"),
-            blockMean<blocks<3, 3>>("of 3 x 3"),
-            blockMean<blocks<1, 2>>("of 1 x 2"),
-            blockMean<blocks<5, 4>>("of 5 x 4"),
-            blockMean<blocks<129, 2>>("of 129 x 2"),
-            blockMean<blocks<15, 17>>("of 15 x 17"),
-            blockMean<blocks<17, 31>>("of 17 x 31"),
-            blockMean<onePixel>("of all"),
-            blockMean<wholeRow>("of a row"),
-            blockMean<wholeColumn>("of a column"),
-            bilinear<scaled<2, 3>>("to 2/3"),
-            bilinear<scaled<5, 7>>("to 5/7"),
-            bilinear<scaled<3, 2>>("to 3/2"),
-            bilinear<scaled<7, 3>>("to 7/3"),
-            bilinear<scaled<2, 11>>("to 2/11"),
-            bilinear<onePixel>("to one pixel"),
-            bilinear<lowAndWide>("to low and wide"),
-            bilinear<highAndNarrow>("to high and narrow"),
-            areaMean<scaled<2, 3>>("to 2/3"),
-            areaMean<scaled<5, 7>>("to 5/7"),
-            areaMean<scaled<3, 10>>("to 3/10"),
-            areaMean<scaled<2, 31>>("to 2/31"),
-            areaMean<lessByOne>("to one less"),
-            areaMean<onePixel>("to one pixel")};
+    return {resized<scaled<2, 3>>(nearest, "to 2/3"),
+            resized<scaled<2, 1>>(nearest, "to double"),
+            resized<scaled<3, 1>>(nearest, "to triple"),
+            resized<scaled<8, 7>>(nearest, "to 8/7"),
+            resized<scaled<2, 9>>(nearest, "to 2/9"),
+            resized<wholeRow>(nearest, "to a column"),
+            resized<highAndNarrow>(nearest, "to high and narrow"),
+            resized<blocks<2, 2>>(blockMean, "of 2 x 2"),
+            resized<blocks<3, 3>>(blockMean, "of 3 x 3"),
+            resized<blocks<1, 2>>(blockMean, "of 1 x 2"),
+            resized<blocks<5, 4>>(blockMean, "of 5 x 4"),
+            resized<blocks<129, 2>>(blockMean, "of 129 x 2"),
+            resized<blocks<15, 17>>(blockMean, "of 15 x 17"),
+            resized<blocks<17, 31>>(blockMean, "of 17 x 31"),
+            resized<onePixel>(blockMean, "of all"),
+            resized<wholeRow>(blockMean, "of a row"),
+            resized<wholeColumn>(blockMean, "of a column"),
+            resized<scaled<2, 3>>(bilinear, "to 2/3"),
+            resized<scaled<5, 7>>(bilinear, "to 5/7"),
+            resized<scaled<3, 2>>(bilinear, "to 3/2"),
+            resized<scaled<7, 3>>(bilinear, "to 7/3"),
+            resized<scaled<2, 11>>(bilinear, "to 2/11"),
+            resized<onePixel>(bilinear, "to one pixel"),
+            resized<lowAndWide>(bilinear, "to low and wide"),
+            resized<highAndNarrow>(bilinear, "to high and narrow"),
+            resized<scaled<2, 3>>(areaMean, "to 2/3"),
+            resized<scaled<5, 7>>(areaMean, "to 5/7"),
+            resized<scaled<3, 10>>(areaMean, "to 3/10"),
+            resized<scaled<2, 31>>(areaMean, "to 2/31"),
+            resized<lessByOne>(areaMean, "to one less"),
+            resized<onePixel>(areaMean, "to one pixel")};
 }
 
 } // namespace zun::kernels
