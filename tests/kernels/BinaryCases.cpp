@@ -18,7 +18,7 @@ KernelCase morphology(std::string name, Element const &element, bool inverted) {
             }};
 }
 
-/// Three ways to tell what reaches a threshold, one behind the other in the output.
+/// Three ways to find what reaches a threshold, one after the other in the output.
 KernelCase threshold(int level) {
     return {"setAtLeast, setBelow, splitAt " + std::string(level < 0 ? "below " : "") + std::to_string(std::abs(level)),
             Content::bytes, frameBytes<1>, frameBytes<4>,

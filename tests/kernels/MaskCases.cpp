@@ -35,8 +35,8 @@ KernelCase pasteOnItself(std::int64_t distance) {
                 auto *const frame = reinterpret_cast<Vec3b *>(out);
                 std::int64_t const pixels = std::int64_t(size.rows) * size.columns, width = size.columns / 2,
                                    rows = size.rows - std::min<std::int64_t>(size.rows, 1);
-                std::int64_t const room = pixels - rows * size.columns;
-                std::int64_t const shift = std::clamp(distance, -room, room);
+                std::int64_t const space = pixels - rows * size.columns;
+                std::int64_t const shift = std::clamp(distance, -space, space);
                 if (width == 0 || rows == 0) return;
                 auto const gap = static_cast<std::uint32_t>(size.columns - width);
                 formOf(form, plain::pasteMasked, pasteMasked)(

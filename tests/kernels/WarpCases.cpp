@@ -47,7 +47,7 @@ std::vector<KernelCase> warpCases() {
             warp("beyond all ints", {1e8f, 0, -3e9f, 1, 1, 0}),
             warp("to huge coordinates", {1, 1e30f, 0, 3e38f, 1, 0}),
             warp("around the smallest int", {100, 0, -2147483648.0f, 0, 1, 2147483520.0f}),
-            warp("by what is no number", {nan, 0, 0, 0, 1, 0}),
+            warp("by what is not a number", {nan, 0, 0, 0, 1, 0}),
             warp("by infinities", {1, infinity, 0, 0, 1, -infinity})};
 }
 

@@ -52,7 +52,7 @@ private:
     VBlock first, second, third;
 };
 
-/// Up to a block of coverages, with 0 behind them; `readable` bytes may be read.
+/// Up to a block of coverages, with 0 after them; `readable` bytes may be read.
 HWY_INLINE VBlock loadCells(unsigned char const *cells, std::int64_t count, std::int64_t readable) {
     if (readable >= blockLength) {
         VBlock const block = hn::LoadU(Block(), cells);
@@ -69,12 +69,12 @@ void blendCoverage(Coverage const &coverage, Vec3b *frame, FrameSize size, int t
     for (std::int64_t row = overlap.firstRow; row < overlap.endRow; row++) {
         unsigned char const *const cells = coverage.first + row * coverage.pitch;
         std::int64_t const start = (top + row) * size.columns + left;
-        std::int64_t const rowsBehind = coverage.pitch > 0 ? coverage.rows - 1 - row : 0;
-        std::int64_t const readable = rowsBehind * coverage.pitch + coverage.columns;
+        std::int64_t const rowsAfter = coverage.pitch > 0 ? coverage.rows - 1 - row : 0;
+        std::int64_t const readable = rowsAfter * coverage.pitch + coverage.columns;
         for (std::int64_t i = overlap.firstColumn; i < overlap.endColumn; i += blockLength) {
             std::int64_t const count = overlap.endColumn - i;
-            // A coverage of 0 changes nothing, so that a block may go on behind the map; but not behind the frame's
-            // row.
+            // A coverage of 0 changes nothing, so that a block may reach past the map's row; but not past the
+            // frame's.
             if (left + i + blockLength <= size.columns) {
                 blender(loadCells(cells + i, count, readable - i), reinterpret_cast<std::uint8_t *>(frame + start + i));
             } else {

@@ -90,7 +90,7 @@ private:
 #else
 class Table {
 public:
-    explicit HWY_INLINE Table(unsigned char const *ofBytes) : table(ofBytes) {}
+    explicit HWY_INLINE Table(unsigned char const *bytes) : table(bytes) {}
 
     HWY_INLINE VBytes operator[](VBytes bytes) const {
         // Each sixteenth of the table gives its entry, or 0 where that lies in another: what the byte is off the

@@ -6,7 +6,7 @@
 namespace zun::kernels {
 namespace {
 
-/// Overwrites all but the pixels that a run follows in `next`, the pixels behind those of `in` in their lines.
+/// Overwrites all but the pixels that a run follows; `next` holds the pixel after each of `in` in its line.
 void overwriteAllBut(unsigned char const *__restrict in, unsigned char const *__restrict next,
                      unsigned char *__restrict out, std::uint32_t count, RunRule const &rule) {
     unsigned char const run = rule.runValue, fill = rule.fillValue;

@@ -17,8 +17,8 @@ struct RunRule {
 namespace plain {
 
 /// Finds runs of at least the least length in each row of `in` and overwrites them in `out`, which has the same shape,
-/// dense, and is not read. With a least length below 1 the whole row is overwritten, but for each pixel that is not of
-/// the run's value and has one that is just behind it. The two frames must not overlap.
+/// dense, and is not read. With a least length below 1 the whole row is overwritten, except each pixel that does
+/// not have the run's value while the next pixel does. The two frames must not overlap.
 void overwriteLongRowRuns(unsigned char const *in, unsigned char *out, std::uint32_t rows, std::uint32_t columns,
                           RunRule const &rule);
 

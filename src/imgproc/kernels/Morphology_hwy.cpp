@@ -97,27 +97,28 @@ void joinRows(unsigned char const *a, unsigned char const *b, unsigned char cons
 }
 
 /// The rows of a frame. One that is shorter than a vector is copied, and pixels that match follow it.
-class Rows {
+class PaddedRows {
 public:
-    explicit Rows(BinaryFrame const &wholeFrame)
-        : frame(wholeFrame), columns(HWY_MAX(frame.columns, static_cast<std::uint32_t>(hn::Lanes(Bytes())))) {
+    explicit PaddedRows(BinaryFrame const &wholeFrame)
+        : frame(wholeFrame), length(HWY_MAX(frame.columns, static_cast<std::uint32_t>(hn::Lanes(Bytes())))) {
         std::memset(copies, frame.value, sizeof copies);
     }
+
+    /// Of the frame or a copy.
+    std::uint32_t columns() const { return length; }
 
     /// `copy`, below mostRowsRead: the rows that are wanted at the same time have different ones.
     unsigned char const *row(std::int64_t y, std::int64_t copy = 0) {
         unsigned char const *const first = frame.first + static_cast<std::size_t>(y) * frame.pitch;
-        if (frame.columns == columns) return first;
+        if (frame.columns == length) return first;
         std::memcpy(copies[copy], first, frame.columns);
         return copies[copy];
     }
 
 private:
     BinaryFrame frame;
+    std::uint32_t length;
     std::uint8_t copies[mostRowsRead][longestVector];
-
-public:
-    std::uint32_t const columns; ///< of the frame or a copy
 };
 
 /// The mismatches under the element's rows, for one output row after the other.
@@ -127,7 +128,7 @@ public:
         : rows(frame), rowCount(frame.rows), value(frame.value), height(element.rows), originRow(element.originRow),
           head(headRow), tails(tailRows) {}
 
-    std::uint32_t columns() const { return rows.columns; }
+    std::uint32_t columns() const { return rows.columns(); }
 
     void gather(std::int64_t y, std::uint8_t *window) {
         std::int64_t const top = y - originRow;
@@ -163,7 +164,7 @@ private:
         return tails + static_cast<std::size_t>(row - firstTail) * columns();
     }
 
-    Rows rows;
+    PaddedRows rows;
     std::int64_t rowCount;
     unsigned char value;
     std::int64_t height, originRow, firstTail = 0;
@@ -192,6 +193,8 @@ void matchElement(BinaryFrame const &frame, Element const &element, unsigned cha
                   unsigned char *out, MorphologyScratch const &scratch) {
     auto const width = static_cast<std::size_t>(element.columns);
     RowWindows rows(frame, element, scratch.head, scratch.tails);
+    bool const fits = frame.columns == rows.columns();
+    std::uint8_t vector[longestVector];
     for (std::int64_t y = 0; y < frame.rows; y++, out += frame.columns) {
         rows.gather(y, scratch.window + element.originColumn);
         // A mark covers twice as many columns with each step, until a few of them make the whole width.
@@ -201,13 +204,8 @@ void matchElement(BinaryFrame const &frame, Element const &element, unsigned cha
             orWithNeighbour(marks, scratch.marks[next], rows.columns() + width - 2 * covered, covered);
             marks = scratch.marks[next];
         }
-        if (frame.columns == rows.columns()) {
-            writeResult(marks, covered, width, hit, miss, out, frame.columns);
-        } else {
-            std::uint8_t result[longestVector];
-            writeResult(marks, covered, width, hit, miss, result, rows.columns());
-            std::memcpy(out, result, frame.columns);
-        }
+        writeResult(marks, covered, width, hit, miss, fits ? out : vector, rows.columns());
+        if (!fits) std::memcpy(out, vector, frame.columns);
     }
 }
 

@@ -1,6 +1,6 @@
 // Each lane sums up the area of one output pixel, in the plain form's order: which columns are covered, and by which
 // share, differs from lane to lane, and so all lanes take the most that any needs. Those that are not covered have
-// weight 0, and adding 0 to a sum that is not negative changes no bit of it; no more does a factor of 1.
+// weight 0, and adding 0 to a sum that is not negative changes no bit of it; nor does a factor of 1.
 #include "imgproc/kernels/Resize.h"
 
 #include <algorithm>

@@ -20,8 +20,8 @@ struct ResizeRatio {
     int scaled(std::uint32_t side) const;
 };
 
-/// What is wished for. A length of 0 is not given; `largestSize` stands for the longer side and goes before the others.
-/// The two flags hold back a frame of which a single side is given.
+/// The size that is asked for. A length of 0 is not given; `largestSize` is that of the longer side and overrides the
+/// others. The two flags keep a frame as it is when a single side is given.
 struct ResizeRequest {
     int width, height, largestSize;
     bool allowDownscale, allowUpscale;

@@ -29,9 +29,9 @@ void equaliseCounts(std::uint32_t const *below, std::uint32_t const *columnTotal
                     unsigned char *bytes, std::uint32_t count) {
     using Doubles = hn::ScalableTag<double>;
     using Half = hn::Half<Ints>;
-    // A quotient of two ints that is no integer is off the next one by at least 1 / divisor, which is far more than a
-    // double of its size is rounded by: so this truncates like the division of ints. Only -2^31 / -1 is no int; the
-    // low byte that it wraps to is 0.
+    // A quotient of two ints that is not an integer differs from the next one by at least 1 / divisor, which is far
+    // more than a double of its size is rounded by: so this truncates like the division of ints. Only -2^31 / -1 is not
+    // an int; the low byte that it wraps to is 0.
     auto const divide = [](hn::Vec<Half> scaled, hn::Vec<Half> total) HWY_ATTR {
         auto const quotient = hn::Div(hn::PromoteTo(Doubles(), scaled), hn::PromoteTo(Doubles(), total));
         auto const wraps = hn::Ge(quotient, hn::Set(Doubles(), 2147483648.0));
@@ -84,9 +84,9 @@ struct Counts {
 /// What a change of rows is in one column, for the values from `first` on.
 class Change {
 public:
-    HWY_INLINE Change(RowChange const &ofRows, std::uint32_t first)
-        : rows(ofRows), values(hn::Iota(Small(), static_cast<std::uint8_t>(first))), once(hn::Set(Small(), 1)),
-          times(hn::Set(Small(), ofRows.times)) {}
+    HWY_INLINE Change(RowChange const &change, std::uint32_t first)
+        : rows(change), values(hn::Iota(Small(), static_cast<std::uint8_t>(first))), once(hn::Set(Small(), 1)),
+          times(hn::Set(Small(), change.times)) {}
 
     HWY_INLINE void addTo(Counts &counts, std::size_t column) const {
         V const added = hn::Add(below(rows.added[column], once), below(rows.addedToo[column], once));
@@ -196,16 +196,16 @@ HWY_INLINE void count(RowChange const &change, Place const &place, std::uint32_t
 
 /// How many were counted in the runs before each lane's.
 HWY_INLINE VWords countsOfRunsBefore(std::uint32_t const *counters) {
-    VWords ofRuns = hn::Zero(Words());
-    for (std::uint32_t i = 0; i < 256; i += lanes) ofRuns = hn::Add(ofRuns, hn::Load(Words(), counters + i));
+    VWords runTotals = hn::Zero(Words());
+    for (std::uint32_t i = 0; i < 256; i += lanes) runTotals = hn::Add(runTotals, hn::Load(Words(), counters + i));
     VWords const lane = hn::Iota(Words(), 0);
-    VWords before = ofRuns;
+    VWords before = runTotals;
     for (std::uint32_t by = 1; by < lanes; by *= 2) {
         VWords const from = hn::Sub(lane, hn::Min(lane, hn::Set(Words(), by)));
         VWords const moved = hn::TableLookupLanes(before, hn::IndicesFromVec(Words(), from));
         before = hn::Add(before, hn::IfThenZeroElse(hn::Lt(lane, hn::Set(Words(), by)), moved));
     }
-    return hn::Sub(before, ofRuns);
+    return hn::Sub(before, runTotals);
 }
 
 void movePlacesTo(Line const &line, Sweep const &sweep) {

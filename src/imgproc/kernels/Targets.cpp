@@ -14,7 +14,7 @@ std::string nameOf(std::int64_t target) {
     return withoutVectors ? std::string(plainTarget) : hwy::TargetName(target);
 }
 
-/// Those of the machine, whatever has been chosen: asked for once, so that asking again changes nothing.
+/// The targets of the machine, whichever is in use. They are asked for once, because asking changes the one in use.
 std::vector<std::int64_t> const &bits() {
     static std::vector<std::int64_t> const all = [] {
         hwy::SetSupportedTargetsForTest(0);

@@ -1,9 +1,10 @@
 // The instruction sets that kernels are made for.
 //
-// A kernel x with a fast form comes three times: x.h says what it computes; x.cpp holds plain::x, the loop that defines
-// the result; x_hwy.cpp holds the fast form, compiled once for each target, and x itself, which calls that of the best
-// target that the machine has. All give the same bits. Code that is compiled for many targets uses no templates of the
-// standard library, which a compiler may make for one of them and then share; scratch is taken outside it.
+// A kernel x with a fast form has three files. x.h says what it computes; x.cpp holds plain::x, the loop that defines
+// the result and may be slow; x_hwy.cpp holds the fast form, compiled once for each target. x itself calls the form for
+// the best target that the machine has. All forms give the same bits. Code that is compiled for several targets uses no
+// templates of the standard library, because the linker may keep the instance of any one target for all; scratch is
+// allocated outside it.
 #pragma once
 
 #include <string>
@@ -19,7 +20,7 @@ inline constexpr std::string_view plainTarget = "plain";
 std::vector<std::string> targets();
 
 /// Makes kernels of the whole process run for this target from now on; for tests and measurements. Throws
-/// std::invalid_argument, saying what there is, for one that targets() doesn't name. Not to be called while kernels
+/// std::invalid_argument, saying what there is, for a name that targets() doesn't give. Not to be called while kernels
 /// run.
 void useTarget(std::string_view name);
 

@@ -36,8 +36,8 @@ using VWords = hn::Vec<Words>;
 using VInts = hn::Vec<Ints>;
 using VFloats = hn::Vec<Floats>;
 
-/// Visits the place of every vector of bytes in a row that has at least one; the last overlaps the one before where it
-/// has to, so that a visit must give the same when it is paid twice.
+/// Visits the place of every vector of bytes in a row that has at least one. The last overlaps the one before where it
+/// has to, so a byte that is visited twice must come out the same.
 template <class Visit>
 HWY_INLINE void forEachVector(std::size_t columns, Visit visit) {
     std::size_t const lanes = hn::Lanes(Bytes());

@@ -64,8 +64,8 @@ public:
     }
 
     void fetch(Run &run, std::uint32_t count) const {
-        // Two bytes more are read behind the upper row's pair, and before the lower row's. There are always such,
-        // because of the other row.
+        // Two more bytes are read after the upper row's pair, and before the lower row's. The other row makes sure
+        // that they exist.
         std::uint64_t const below = 3 * std::uint64_t(size.columns) - 2;
         for (std::uint32_t i = 0; i < count; i++) {
             if (run.offset[i] < 0) {
