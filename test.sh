@@ -33,7 +33,7 @@ run_tests release --test-dir build/release
 build asan-ubsan
 run_tests asan-ubsan --test-dir build/asan-ubsan
 
-threaded_rooms=(engine vexa_core vexa_imgproc vexa_logging)
+threaded_rooms=(run vexa_core vexa_imgproc vexa_logging)
 build tsan "${threaded_rooms[@]/%/_tests}"
 for room in "${threaded_rooms[@]}"; do run_tests "tsan-$room" --test-dir "build/tsan/tests/$room"; done
 

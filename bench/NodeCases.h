@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/SingleNode.h"
+#include "run/SingleNode.h"
 #include "imgproc/kernels/FrameSize.h"
 
 namespace zun::bench {

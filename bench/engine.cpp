@@ -1,6 +1,8 @@
-// What the engine costs: per node and tick on the smallest frames, and how well a chain of real work uses two cores.
+// What the engine costs: per node and tick, for every node type of the plug-in, and how well a chain of real work uses
+// two cores.
 //
-//   overhead   ns per node and tick of a chain of ten nodes on 1 x 1 frames, with one thread and two
+//   engine     ns per node and tick of a chain of ten nodes that hand on what they read, with one thread and two
+//   guards     ns that each type's guard takes for values it lets pass, and the sum with the engine
 //   scaling    time of a chain of four nodes of about two milliseconds each, one thread against two
 //   memory     peak memory of the same run of 1,000 and 10,000 ticks
 //
@@ -17,10 +19,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "catalogue/Plugins.h"
+#include "containers/Mask.h"
 #include "containers/Mat.h"
-#include "engine/Plugins.h"
-#include "engine/Run.h"
-#include "frame/Registration.h"
+#include "containers/Rect.h"
+#include "node/Registration.h"
+#include "pipeline/NodeRegistry.h"
+#include "run/Guard.h"
+#include "run/Run.h"
 
 namespace {
 
@@ -59,6 +65,22 @@ public:
     };
     bool hasSideEffects() const override { return true; }
     void process(Tick tick) override { readStream(tick, in); }
+};
+
+/// Hands on the value that it reads: what a tick of it takes is the engine's.
+class Relay : public Node {
+    InputStream<Variant> in;
+    OutputStream<Variant> out;
+
+public:
+    using Node::Node;
+    struct Table {
+        static constexpr NodeRow node{.type = "BenchRelay", .sourcePath = "bench"};
+        static constexpr auto inputs = rows(input("in", "any", &Relay::in, ""));
+        static constexpr auto outputs = rows(output("out", "any", &Relay::out, ""));
+        static constexpr auto options = rows();
+    };
+    void process(Tick tick) override { writeStream(tick, out, readStream(tick, in)); }
 };
 
 /// Some milliseconds of arithmetic on a value that stays in registers, so that memory doesn't bound it.
@@ -113,7 +135,7 @@ double secondsOf(engine::Description const &description, Tick ticks, unsigned th
     options.end = ticks;
     engine::Progress progress;
     auto const begin = std::chrono::steady_clock::now();
-    engine::run(description, {}, options, progress);
+    engine::run(engine::check(description), options, progress);
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
@@ -145,21 +167,78 @@ long peakOf(engine::Description const &description, Tick ticks) {
     return usage.ru_maxrss;
 }
 
+template <class T>
+std::shared_ptr<Variant> valueOf(T held) {
+    return std::make_shared<VariantType<T>>(std::move(held));
+}
+
+/// A small value that every guard lets pass.
+std::shared_ptr<Variant> smallValue(ValueType const *type) {
+    Mat<unsigned char, 2> const grey({8, 8}, 1);
+    Frame const colour({8, 8}, {1, 2, 3});
+    for (auto const &value :
+         {valueOf(colour), valueOf(grey), valueOf(Mat<Vec3f, 2>({8, 8}, Vec3f{})),
+          valueOf(Mat<Vec4b, 2>({8, 8}, Vec4b{})), valueOf(Mat<float, 2>({2, 3}, 1.0f)), valueOf(Box{1, 1, 4, 4}),
+          valueOf(std::vector<Box>{{1, 1, 4, 4}}), valueOf(std::vector<Vec2f>{{1, 1}}),
+          valueOf(std::vector<std::string>{"a"}),
+          valueOf(std::vector<Mask>{{{1, 1, 2, 2}, Mat<unsigned char, 2>({2, 2}, 1)}}), valueOf(std::vector{colour})})
+        if (type == nullptr || valueTypeOf(*value) == type) return value;
+    throw Exception("no small value of type " + type->spelling);
+}
+
+/// Options that make a node of every type.
+std::map<std::string, OptionNode> requiredOptions(NodeRegistry::Entry const &type) {
+    std::map<std::string, OptionNode> options;
+    for (auto const &[name, option] : type.specification.options) {
+        OptionNode const one = OptionNode::ofInt(1);
+        if (option.optional) continue;
+        options[name] = option.type == "zun::Vec2i" ? OptionNode::ofVector({one, one}) : one;
+    }
+    return options;
+}
+
+/// What a type's guard takes for values that it lets pass, in nanoseconds.
+double guardNanoseconds(NodeRegistry::Entry const &type) {
+    std::map<std::string, std::string> streams;
+    std::vector<std::shared_ptr<Variant>> values;
+    for (NodeFacts::Input const &input : type.facts.inputs) {
+        streams[input.name] = input.name;
+        values.push_back(smallValue(input.type));
+    }
+    std::unique_ptr<PipelineNode> const node(
+        type.factory({nullptr, 0}, NodeConfig(type.type, requiredOptions(type), streams)));
+    auto const valueAt = [&](std::size_t row) { return values[row].get(); };
+    constexpr int calls = 200'000;
+    auto const begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < calls; i++)
+        if (auto const refusal = engine::askGuard(*node, type.facts, 0, valueAt))
+            throw Exception(type.type + " refuses: " + refusal->message);
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin).count() / calls;
+}
+
 } // namespace
 
 int main() {
-    static Registration<Source, Sink, Work> const registration;
+    static Registration<Source, Sink, Relay, Work> const registration;
     engine::loadPlugin("imgproc");
 
-    auto const small = chain(10, "NegativeImage", "input", "output", 1);
-    Tick const ticks = 100'000;
-    long const peak1 = peakOf(chain(10, "NegativeImage", "input", "output", 200), 1'000);
-    long const peak10 = peakOf(chain(10, "NegativeImage", "input", "output", 200), 10'000);
+    constexpr int nodes = 10;
+    constexpr Tick ticks = 100'000;
+    auto const small = chain(nodes, "BenchRelay", "in", "out", 1);
+    long const peak1 = peakOf(chain(nodes, "NegativeImage", "input", "output", 200), 1'000);
+    long const peak10 = peakOf(chain(nodes, "NegativeImage", "input", "output", 200), 10'000);
 
-    auto const overhead =
+    auto overhead =
         compare({[&] { return secondsOf(small, ticks, 1); }, [&] { return secondsOf(small, ticks, 2); }}, 9);
-    for (std::size_t i = 0; i < overhead.size(); i++)
-        std::printf("overhead, %zu thread(s): %.0f ns per node and tick\n", i + 1, overhead[i] / (10.0 * ticks) * 1e9);
+    for (double &seconds : overhead) seconds *= 1e9 / (nodes * ticks);
+    std::printf("engine: %.0f ns per node and tick with one thread, %.0f with two\n", overhead[0], overhead[1]);
+
+    for (NodeRegistry::Entry const *type : NodeRegistry::entries()) {
+        if (type->type.starts_with("Bench")) continue;
+        double const guard = compare({[&] { return guardNanoseconds(*type); }}, 5)[0];
+        std::printf("  %-32s guard %4.0f ns, with the engine %4.0f with one thread, %4.0f with two\n",
+                    type->type.c_str(), guard, overhead[0] + guard, overhead[1] + guard);
+    }
 
     auto const heavy = chain(6, "BenchWork", "in", "out", 1);
     auto const scaling =

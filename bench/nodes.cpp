@@ -18,8 +18,7 @@
 #include "NodeCases.h"
 #include "Table.h"
 #include "Timing.h"
-#include "engine/Plugins.h"
-#include "guards/Target.h"
+#include "catalogue/Plugins.h"
 #include "imgproc/kernels/Targets.h"
 #include "pipeline/NodeRegistry.h"
 
@@ -42,9 +41,9 @@ std::set<std::string> namesOf(engine::PortValues const &values) {
     return names;
 }
 
-/// What the node writes goes at once, as it does in a pipeline behind its last reader.
+/// What the node writes goes at once, as it does in a pipeline after its last reader.
 Times measure(bench::NodeCase const &given, std::string const &best, double seconds, bench::Caches caches) {
-    engine::SingleNodePlan plan{given.type, given.options, namesOf(given.inputs), given.outputs, {}};
+    engine::SingleNodePlan plan{given.type, given.options, namesOf(given.inputs), given.outputs, true};
     if (plan.outputs.empty())
         for (auto const &[port, about] : NodeRegistry::find(given.type)->specification.outputs)
             plan.outputs.insert(port);
@@ -120,7 +119,7 @@ bool writeJson(std::string const &file, Json const &report) {
 }
 
 int run(Arguments const &arguments, kernels::FrameSize size) {
-    std::string const best = guards::useTargetOfEnvironment();
+    std::string const best = kernels::useTargetOfEnvironment();
     bench::Caches const caches = arguments.cold ? bench::Caches::cold : bench::Caches::warm;
     engine::loadPlugin("imgproc");
     bench::Table const table({{"node", -31},

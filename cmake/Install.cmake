@@ -8,11 +8,11 @@
 
 include(CMakePackageConfigHelpers)
 
-set(plugin_rooms vexa_logging vexa_core containers pipeline frame)
+set(plugin_rooms vexa_logging vexa_core containers pipeline node)
 set(package_dir lib/cmake/zun)
 
 install(TARGETS ${plugin_rooms} EXPORT zunTargets LIBRARY DESTINATION lib)
-install(TARGETS engine vexa_imgproc LIBRARY DESTINATION lib NAMELINK_SKIP)
+install(TARGETS catalogue description graph run vexa_imgproc LIBRARY DESTINATION lib NAMELINK_SKIP)
 install(TARGETS zun graphPipeline RUNTIME DESTINATION bin)
 install(TARGETS imgproc LIBRARY DESTINATION ${ZUN_PLUGIN_DIR})
 set_target_properties(zun graphPipeline PROPERTIES INSTALL_RPATH "$ORIGIN/../lib")

@@ -1,7 +1,7 @@
 # zun_plugin(NAME sources ...): a plug-in, a library that registers node types when it is loaded and exports nothing.
 function(zun_plugin name)
     add_library(${name} MODULE ${ARGN})
-    target_link_libraries(${name} PRIVATE zun::frame)
+    target_link_libraries(${name} PRIVATE zun::node)
     set_target_properties(${name} PROPERTIES
         PREFIX "" CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     set(exports ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/plugin-exports.map)

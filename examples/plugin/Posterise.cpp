@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
+#include "node/Registration.h"
 
 class Posterise : public zun::Node {
     using Frame = zun::Mat<zun::Vec3b, 2>;

@@ -1,12 +1,10 @@
-// What the programs do alike: load node types, read a description, check it, and tell what is wrong.
+// What the programs do alike: load node types, read a description, check it, and print what is wrong.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "engine/Check.h"
-#include "engine/Description.h"
-#include "engine/Facts.h"
+#include "graph/Graph.h"
 
 namespace zun::cli {
 
@@ -25,16 +23,8 @@ struct DescriptionArguments {
 /// zun::Exception for a plug-in that can't be loaded.
 void loadNodeTypes(std::vector<std::string> const &plugins);
 
-/// What this host knows of node types beyond their specifications.
-engine::NodeFactsTable const &knownFacts();
-
-struct CheckedDescription {
-    engine::Description description;
-    engine::CheckReport report; ///< with what is wrong with the file's form among the findings
-};
-
-/// Loads the node types, reads the description and checks it. All findings go to the standard error stream, in the
+/// Loads the node types, reads the description and checks it. All diagnostics go to the standard error stream, in the
 /// order of the file.
-CheckedDescription readAndCheck(DescriptionArguments const &arguments);
+engine::Graph readAndCheck(DescriptionArguments const &arguments);
 
 } // namespace zun::cli

@@ -1,4 +1,4 @@
-// zun nodes: lists the node types, or tells all about one, from their specifications.
+// zun nodes: lists the node types, or prints what is known of one.
 
 #include <iostream>
 #include <map>
@@ -6,10 +6,10 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "catalogue/NodeText.h"
+#include "catalogue/NodeTypes.h"
 #include "cli/Program.h"
 #include "cli/Terminal.h"
-#include "engine/NodeText.h"
-#include "engine/SingleNode.h"
 #include "pipeline/NodeRegistry.h"
 
 namespace zun::cli {
@@ -93,13 +93,13 @@ int showNodes(NodesArguments const &arguments) {
 } // namespace
 
 void addNodesCommand(CLI::App &program, Action &chosen) {
-    CLI::App *const command = program.add_subcommand("nodes", "List the node types, or tell all about one");
+    CLI::App *const command = program.add_subcommand("nodes", "List the node types, or describe one");
     auto const arguments = std::make_shared<NodesArguments>();
-    command->add_option("TYPE", arguments->type, "The type to tell about: its streams, options and defaults")
+    command->add_option("TYPE", arguments->type, "The type to describe: its streams, options and defaults")
         ->type_name("");
     command->add_flag("--json", arguments->json, "Print JSON");
     addPluginOption(*command, arguments->plugins);
-    command->footer("Exit status: 0 when it went well, 1 for a type that is not known, 2 for wrong usage.\n\n"
+    command->footer("Exit status: 0 on success, 1 for an unknown type, 2 for wrong usage.\n\n"
                     "Examples:\n"
                     "  zun nodes\n"
                     "  zun nodes DrawPoints\n"

@@ -6,35 +6,34 @@
 #include <exception>
 #include <iostream>
 #include <new>
-#include <optional>
 #include <stdexcept>
 
 #include <CLI/CLI.hpp>
 
 #include "cli/Terminal.h"
-#include "engine/Check.h"
-#include "guards/Target.h"
+#include "description/NearestName.h"
+#include "description/Setting.h"
+#include "imgproc/kernels/Targets.h"
 
 namespace zun::cli {
 namespace {
 
-/// Requires a text of the form "left=right" with something before the sign, and a point in it if `withPoint` is true.
-CLI::Validator assignment(std::string const &form, bool withPoint) {
-    auto const validate = [form, withPoint](std::string &text) {
-        std::size_t const equals = text.find('='), point = text.find('.');
-        bool right = equals != std::string::npos && equals > 0;
-        if (withPoint) right = right && point != std::string::npos && point > 0 && point + 1 < equals;
-        return right ? std::string() : "'" + text + "' is not of the form " + form;
+/// Requires a text that `fits`.
+CLI::Validator formOf(std::string const &form, bool fits(std::string const &)) {
+    auto const validate = [form, fits](std::string &text) {
+        return fits(text) ? std::string() : "'" + text + "' is not of the form " + form;
     };
-    return {validate, form};
+    return CLI::Validator(validate, form).name("").description("");
 }
 
-/// What is wrong with a first word that is no command.
+bool isDefinition(std::string const &text) { return text.find('=', 1) != std::string::npos && text[0] != '='; }
+bool isSetting(std::string const &text) { return engine::parseSetting(text).has_value(); }
+
+/// What is wrong with a first word that is not a command.
 std::string explainCommand(CLI::App const &program, std::string const &word) {
     std::vector<std::string> known;
     for (CLI::App const *const command : program.get_subcommands({})) known.push_back(command->get_name());
-    std::optional<std::string> const nearest = engine::nearestName(word, known);
-    return "there is no command '" + word + "'" + (nearest ? "; did you mean '" + *nearest + "'?" : "");
+    return "there is no command '" + word + "'" + engine::suggestion(word, known);
 }
 
 void reportUsage(CLI::App const &program, std::string const &firstWord, CLI::ParseError const &error) {
@@ -43,7 +42,7 @@ void reportUsage(CLI::App const &program, std::string const &firstWord, CLI::Par
     bool const wrongCommand = lacksCommand && !firstWord.empty() && firstWord[0] != '-';
     std::string const command = given.empty() ? "" : " " + given.front()->get_name();
     printError((wrongCommand ? explainCommand(program, firstWord) : error.what()) + " (" + program.get_name() +
-               command + " --help tells more)");
+               command + " --help prints more)");
 }
 
 int carryOut(Action const &action) {
@@ -85,11 +84,11 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
     command.add_option("FILE", arguments.file, "The pipeline description, YAML")->required()->type_name("");
     command.add_option("-D,--define", arguments.variables, "Set the variable that the description reads as ${name}")
         ->type_name("NAME=VALUE")
-        ->check(assignment("name=value", false).name("").description(""))
+        ->check(formOf("name=value", isDefinition))
         ->allow_extra_args(false);
     command.add_option("--set", arguments.settings, "Set an option of a node, over what the description says")
         ->type_name("NODE.OPTION=VALUE")
-        ->check(assignment("node.option=value", true).name("").description(""))
+        ->check(formOf("node.option=value", isSetting))
         ->allow_extra_args(false);
     addPluginOption(command, arguments.plugins);
 }
@@ -110,7 +109,7 @@ int runProgram(CLI::App &program, int count, char const *const *arguments, Actio
         return wrongUsage;
     }
     try {
-        guards::useTargetOfEnvironment();
+        kernels::useTargetOfEnvironment();
     } catch (std::invalid_argument const &error) {
         printError(error.what());
         return wrongUsage;

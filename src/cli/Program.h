@@ -25,8 +25,8 @@ void addNodesCommand(CLI::App &program, Action &chosen);
 void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments);
 void addPluginOption(CLI::App &command, std::vector<std::string> &plugins);
 
-/// Reads the command line and carries out the action that came of it, with kernels for the target that ZUN_TARGET says.
-/// Everything that goes wrong ends in a message and an ExitStatus.
+/// Reads the command line and carries out the action that came of it, with kernels for the target that ZUN_TARGET
+/// names. Everything that goes wrong ends in a message and an ExitStatus.
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action);
 
 } // namespace zun::cli

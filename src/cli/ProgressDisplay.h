@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "engine/Run.h"
+#include "run/Run.h"
 
 namespace zun::cli {
 

@@ -16,7 +16,8 @@
 #include "cli/ProgressDisplay.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
-#include "engine/Run.h"
+#include "description/Setting.h"
+#include "run/Run.h"
 #include "vexa_core/MatAlloc.h"
 
 namespace zun::cli {
@@ -58,17 +59,15 @@ std::string readFrames(std::string const &text, engine::RunOptions &options) {
     return "";
 }
 
-/// Reads "tick:node.option=value"; the last dot before the sign ends the node's name. Returns what is wrong, or
-/// nothing.
+/// Reads "tick:node.option=value". Returns what is wrong, or nothing.
 std::string readChange(std::string const &text, std::vector<engine::OptionChange> &changes) {
-    std::size_t const colon = text.find(':'), equals = text.find('='), dot = text.rfind('.', equals);
-    bool const parts = colon != std::string::npos && equals != std::string::npos && dot != std::string::npos &&
-                       colon + 1 < dot && dot + 1 < equals;
-    std::optional<Tick> const tick = parts ? parseTick(std::string_view(text).substr(0, colon)) : std::nullopt;
-    if (!tick) return "'" + text + "' is not of the form tick:node.option=value";
+    std::size_t const colon = text.find(':');
+    std::optional<Tick> const tick =
+        colon != std::string::npos ? parseTick(std::string_view(text).substr(0, colon)) : std::nullopt;
+    std::optional<engine::Setting> const setting = tick ? engine::parseSetting(text.substr(colon + 1)) : std::nullopt;
+    if (!setting) return "'" + text + "' is not of the form tick:node.option=value";
     try {
-        changes.push_back({*tick, text.substr(colon + 1, dot - colon - 1), text.substr(dot + 1, equals - dot - 1),
-                           engine::parseValue(text.substr(equals + 1))});
+        changes.push_back({*tick, setting->node, setting->option, engine::parseValue(setting->value)});
     } catch (std::exception const &error) {
         return error.what();
     }
@@ -86,23 +85,24 @@ void printStatistics(engine::Progress const &progress) {
 }
 
 /// Runs and returns the ticks that were run.
-Tick runWatched(RunArguments const &arguments, engine::Description const &description, engine::Progress &progress) {
+Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, engine::Progress &progress) {
     Interrupt const interrupt(progress.stop);
     std::optional<ProgressDisplay> display;
     if (arguments.progress) display.emplace(progress);
-    return engine::run(description, knownFacts(), arguments.options, progress);
+    return engine::run(graph, arguments.options, progress);
 }
 
 int runDescription(RunArguments const &arguments) {
-    showLog(arguments.verbose);
-    CheckedDescription const checked = readAndCheck(arguments.description);
-    if (!checked.report.passed()) return failed;
+    // Where nothing compares types before a node runs, what the nodes log of them is all there is.
+    showLog(arguments.verbose || arguments.options.trust);
+    engine::Graph const graph = readAndCheck(arguments.description);
+    if (!graph.passed()) return failed;
 
     engine::Progress progress;
     auto const start = std::chrono::steady_clock::now();
     int status = fine;
     try {
-        Tick const ticks = runWatched(arguments, checked.description, progress);
+        Tick const ticks = runWatched(arguments, graph, progress);
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
         if (progress.stop) {
             printError("stopped after " + counted(ticks, "tick") + "; what was written for them is complete");
@@ -139,7 +139,7 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         ->check(CLI::Range(1u, mostThreads).description(""));
     command
         .add_option("--executor", arguments.executor,
-                    "threads, or one of two for comparison: sequential, shuffled. All give the same results")
+                    "threads, or for comparison sequential or shuffled; all give the same results")
         ->type_name("NAME")
         ->check(CLI::IsMember(executors).description(""));
     command.add_option("--seed", options.seed, "Seed of the shuffled executor (default: 0)")->type_name("N");
@@ -151,9 +151,9 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         ->transform(CLI::AsSizeValue(false).description(""));
     command.add_flag("--trust", options.trust, "Run nodes without the guards that refuse what would crash them");
     command.add_flag("--progress", arguments.progress, "Show ticks done, rate and time left");
-    command.add_flag("--stats", arguments.stats, "Tell at the end what memory was used");
+    command.add_flag("--stats", arguments.stats, "Print what memory was used, after the run");
     command.add_flag("--verbose", arguments.verbose,
-                     "Show also what failing nodes log, with the place in their source");
+                     "Also print what nodes log: why one failed, and where in its source");
 }
 
 } // namespace
@@ -164,8 +164,9 @@ void addRunCommand(CLI::App &program, Action &chosen) {
     addDescriptionArguments(*command, arguments->description);
     addRunOptions(*command, *arguments);
     command->footer(
-        "The first Ctrl-C ends the run in order, with everything written complete; the second at once.\n"
-        "Exit status: 0 when the run went through, 1 when it or the description failed, 2 for wrong usage.\n\n"
+        "The first Ctrl-C ends the run after the ticks that have begun, with everything written complete;\n"
+        "the second ends it at once.\n"
+        "Exit status: 0 when the run completed, 1 when it failed or the description has errors, 2 for wrong usage.\n\n"
         "Examples:\n"
         "  zun run examples/first.yaml -D out=/tmp --progress\n"
         "  zun run film.yaml --frames 100:200 --threads 4 --set mark.colour=0x00FF00\n"

@@ -55,7 +55,7 @@ void printWarning(std::string const &message) {
 
 void showLog(bool verbose) {
     log::setSink([verbose](std::string const &channel, log::Level level, std::string const &message) {
-        if (!verbose && channel == "root" && level == log::Level::Error) return;
+        if (!verbose && channel == "root" && (level == log::Level::Error || level == log::Level::Hint)) return;
         Terminal::standardError().write("[" + channel + "] " + log::levelName(level) + ": " + message);
     });
 }

@@ -34,7 +34,7 @@ void printError(std::string const &message);
 void printWarning(std::string const &message);
 
 /// Sends log lines to the terminal. Nodes log the failures that they throw, and the host reports those with node, tick
-/// and stream; their own lines on the channel "root" at the level of errors show only if `verbose` is true.
+/// and stream; the nodes' own errors and hints, on the channel "root", show only if `verbose` is true.
 void showLog(bool verbose);
 
 /// The name that messages begin with.

@@ -10,9 +10,9 @@
 namespace {
 
 int printGraph(zun::cli::DescriptionArguments const &arguments) {
-    zun::cli::CheckedDescription const checked = zun::cli::readAndCheck(arguments);
-    if (!checked.report.passed()) return zun::cli::failed;
-    std::cout << zun::cli::dotGraph(checked.description, zun::cli::knownFacts());
+    zun::engine::Graph const graph = zun::cli::readAndCheck(arguments);
+    if (!graph.passed()) return zun::cli::failed;
+    std::cout << zun::cli::dotGraph(graph);
     return zun::cli::fine;
 }
 
@@ -23,7 +23,7 @@ int main(int argc, char **argv) {
     zun::cli::DescriptionArguments arguments;
     zun::cli::addDescriptionArguments(program, arguments);
     program.footer(
-        "Findings go to the standard error stream, as with zun check.\n"
+        "Errors and warnings go to the standard error stream, as with zun check.\n"
         "Exit status: 0 when the graph was printed, 1 when the description has errors, 2 for wrong usage.\n\n"
         "Examples:\n"
         "  graphPipeline examples/first.yaml > first.dot\n"

@@ -1,4 +1,4 @@
-// The program zun: runs and checks pipelines, and tells about node types.
+// The program zun: runs and checks pipelines, and describes node types.
 
 #include <CLI/CLI.hpp>
 
@@ -16,8 +16,8 @@ int main(int argc, char **argv) {
         "ZUN_TARGET=AVX2 (SSE4, plain, ...) in the environment runs kernels for that instruction set and not\n"
         "for the best that the machine has; the results are the same.\n\n"
         "Examples:\n"
-        "  zun nodes                                    what there is to build with\n"
-        "  zun check examples/first.yaml                everything that is wrong, at once\n"
+        "  zun nodes                                    the node types\n"
+        "  zun check examples/first.yaml                every error and warning, at once\n"
         "  zun run examples/first.yaml -D out=/tmp");
     return zun::cli::runProgram(program, argc, argv, [&] { return action(); });
 }

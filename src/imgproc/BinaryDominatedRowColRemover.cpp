@@ -7,8 +7,8 @@
 //     options: {threshold: 0.9, horizontal: true}
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 #include "imgproc/kernels/DominatedLines.h"
+#include "node/Registration.h"
 
 class BinaryDominatedRowColRemover : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -31,14 +31,17 @@ public:
                                  "the frame, of pixels 0 and 1"));
         static constexpr auto outputs =
             zun::rows(zun::output("output", "zun::Mat<unsigned char, 2>", &BinaryDominatedRowColRemover::output,
-                                  "a copy of the frame with the dominated lines cleared"));
+                                  "a copy of the frame with the dominated lines cleared")
+                          .shapedLike("input"));
         static constexpr auto options =
             zun::rows(zun::option("horizontal", "bool", "true", &BinaryDominatedRowColRemover::horizontal,
                                   "true: test rows; false: test columns"),
                       zun::option("inverted", "bool", "false", &BinaryDominatedRowColRemover::inverted,
                                   "false: the foreground is 1 and is cleared to 0; true: it is 0 and is cleared to 1"),
                       zun::requiredOption("threshold", "float", &BinaryDominatedRowColRemover::threshold,
-                                          "the fraction of foreground, from 0 to 1, from which on a line is cleared"));
+                                          "the least fraction of foreground, from 0 to 1, of a line that is cleared")
+                          .is(zun::OptionKind::Ratio)
+                          .between(0, 1));
     };
 
     void process(zun::Tick tick) override {

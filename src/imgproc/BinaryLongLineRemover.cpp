@@ -8,8 +8,9 @@
 
 #include "containers/Arithmetic.h"
 #include "containers/Mat.h"
-#include "frame/Registration.h"
+#include "imgproc/Strides.h"
 #include "imgproc/kernels/LongRuns.h"
+#include "node/Registration.h"
 
 class BinaryLongLineRemover : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -37,16 +38,27 @@ public:
             "input", "zun::Mat<unsigned char, 2>", &BinaryLongLineRemover::input, "the frame, of pixels 0 and 1"));
         static constexpr auto outputs =
             zun::rows(zun::output("output", "zun::Mat<unsigned char, 2>", &BinaryLongLineRemover::output,
-                                  "a copy of the frame with the long runs erased"));
+                                  "a copy of the frame with the long runs erased")
+                          .shapedLike("input"));
         static constexpr auto options = zun::rows(
             zun::option("inverted", "bool", "false", &BinaryLongLineRemover::inverted,
                         "false: the foreground is 1 and is erased to 0; true: it is 0 and is erased to 1"),
             zun::option("thresholdX", "float", "0.0", &BinaryLongLineRemover::thresholdX,
                         "least length of a run along a row, as a fraction of the columns; 0 or less leaves rows alone, "
-                        "a fraction of less than a pixel erases all of them"),
+                        "a fraction of less than a pixel erases all of them")
+                .is(zun::OptionKind::Ratio)
+                .between(0, 1),
             zun::option("thresholdY", "float", "0.0", &BinaryLongLineRemover::thresholdY,
-                        "least length of a run along a column, as a fraction of the rows; likewise"));
+                        "least length of a run along a column, as a fraction of the rows; likewise")
+                .is(zun::OptionKind::Ratio)
+                .between(0, 1));
     };
+
+    zun::Verdict guard(zun::Arriving const &in) const {
+        Frame const *const frame = in[input];
+        bool const readsColumns = frame != nullptr && frame->count != 0 && thresholdY > 0;
+        return readsColumns ? zun::checkStrides(input, *frame) : zun::pass;
+    }
 
     void process(zun::Tick tick) override {
         Frame const frame = readStream(tick, input), cleaned = frame.clone();

@@ -9,7 +9,7 @@
 
 #include "containers/Arithmetic.h"
 #include "containers/Mat.h"
-#include "frame/Registration.h"
+#include "node/Registration.h"
 
 class CannyEdgeDetector : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -31,14 +31,17 @@ public:
             zun::rows(zun::input("image", "zun::Mat<unsigned char, 2>", &CannyEdgeDetector::image, "the grey frame"));
         static constexpr auto outputs =
             zun::rows(zun::output("cannyMapImg", "zun::Mat<unsigned char, 2>", &CannyEdgeDetector::cannyMapImg,
-                                  "255 where an edge runs, else 0"));
+                                  "255 where an edge runs, else 0")
+                          .shapedLike("image"));
         static constexpr auto options = zun::rows(
             zun::requiredOption("l2GradNorm", "bool", &CannyEdgeDetector::l2GradNorm,
                                 "true: measure gradients by their length; false: by the sum of their parts"),
             zun::requiredOption("maxThresh", "float", &CannyEdgeDetector::maxThresh,
-                                "gradient above which a pixel is an edge; its fraction is cut off"),
+                                "gradient above which a pixel is an edge; its fraction is cut off")
+                .atLeast(0),
             zun::requiredOption("minThresh", "float", &CannyEdgeDetector::minThresh,
-                                "gradient above which a pixel next to an edge is one; its fraction is cut off"));
+                                "gradient above which a pixel next to an edge is one; its fraction is cut off")
+                .atLeast(0));
     };
 
     void process(zun::Tick tick) override {

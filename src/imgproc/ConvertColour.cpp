@@ -10,9 +10,9 @@
 #include <type_traits>
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 #include "imgproc/kernels/Colour.h"
 #include "imgproc/kernels/Threshold.h"
+#include "node/Registration.h"
 
 namespace {
 
@@ -93,17 +93,23 @@ public:
                                "Y, Cb, Cr; colour is made from Y in 0 to 1, grey from Y in 0 to 255"));
         static constexpr auto outputs =
             zun::rows(zun::output("BGR", "zun::Mat<zun::Vec3b, 2>", &ConvertColour::toBgr,
-                                  "blue, green, red, from RGB, YCbCr or Binary"),
+                                  "blue, green, red, from RGB, YCbCr or Binary")
+                          .shapedLike(zun::connectedInput),
                       zun::output("Binary", "zun::Mat<unsigned char, 2>", &ConvertColour::toBinary,
-                                  "1 where the frame is at least as bright as the threshold, otherwise 0"),
+                                  "1 where the frame is at least as bright as the threshold, otherwise 0")
+                          .shapedLike(zun::connectedInput),
                       zun::output("Grey", "zun::Mat<unsigned char, 2>", &ConvertColour::toGrey,
-                                  "grey, 0 to 255, from any input but RGBA"),
-                      zun::output("RGB", "zun::Mat<zun::Vec3b, 2>", &ConvertColour::toRgb, "red, green, blue"),
+                                  "grey, 0 to 255, from any input but RGBA")
+                          .shapedLike(zun::connectedInput),
+                      zun::output("RGB", "zun::Mat<zun::Vec3b, 2>", &ConvertColour::toRgb, "red, green, blue")
+                          .shapedLike(zun::connectedInput),
                       zun::output("YCbCr", "zun::Mat<zun::Vec3f, 2>", &ConvertColour::toYCbCr,
-                                  "Y, Cb, Cr, from any input but RGBA: Y below 1 from colour, up to 255 from others"));
+                                  "Y, Cb, Cr, from any input but RGBA: Y below 1 from colour, up to 255 from others")
+                          .shapedLike(zun::connectedInput));
         static constexpr auto options =
             zun::rows(zun::option("binaryThreshold", "int", "128", &ConvertColour::binaryThreshold,
-                                  "the least grey, 0 to 255, that is 1 in Binary"));
+                                  "the least grey, 0 to 255, that is 1 in Binary")
+                          .between(0, 255));
     };
 
     void initialize() override {

@@ -8,8 +8,8 @@
 
 #include "containers/Mat.h"
 #include "containers/Rect.h"
-#include "frame/Registration.h"
 #include "imgproc/CropRectangle.h"
+#include "node/Registration.h"
 
 template <class T>
 class Crop : public zun::Node {
@@ -23,9 +23,8 @@ class Crop : public zun::Node {
 public:
     using Node::Node;
 
-    static std::vector<zun::NodeSpecification::Template> templates() {
-        return {{"typename", "T", {{"Vec3b", "zun::Vec3b"}, {"Vec3f", "zun::Vec3f"}}}};
-    }
+    static constexpr zun::TemplateParameter<T> templateParameter{"T",
+                                                                 {{{"Vec3b", "zun::Vec3b"}, {"Vec3f", "zun::Vec3f"}}}};
 
     struct Table {
         static constexpr zun::NodeRow node{.type = "Crop",
@@ -41,6 +40,8 @@ public:
             zun::rows(zun::option("clamp", "bool", "false", &Crop::clamp,
                                   "true: cut only what lies in the frame; false: repeat the frame's edge outside"));
     };
+
+    zun::Verdict guard(zun::Arriving const &in) const { return zun::checkCrop(box, in[image], in[box], clamp); }
 
     void process(zun::Tick tick) override {
         Frame const frame = readStream(tick, image);

@@ -7,8 +7,8 @@
 
 #include "containers/Mat.h"
 #include "containers/Rect.h"
-#include "frame/Registration.h"
 #include "imgproc/CropRectangle.h"
+#include "node/Registration.h"
 
 class CropAny : public zun::Node {
     using ByteFrame = zun::Mat<zun::Vec3b, 2>;
@@ -36,6 +36,11 @@ public:
                                   "true: cut only what lies in the frame; false: repeat the frame's edge outside"));
     };
 
+    zun::Verdict guard(zun::Arriving const &in) const {
+        zun::Verdict verdict = check(in, in.as<ByteFrame>(image));
+        return verdict ? verdict : check(in, in.as<FloatFrame>(image));
+    }
+
     void process(zun::Tick tick) override {
         std::shared_ptr<zun::Variant> const held = readStream(tick, image);
         auto const *const byteImage = dynamic_cast<zun::VariantType<ByteFrame> *>(held.get());
@@ -47,6 +52,14 @@ public:
             writeStream(tick, output, zun::cropRectangle(byteImage->value, cut, clamp));
         else
             writeStream(tick, output, zun::cropRectangle(floatImage->value, cut, clamp));
+    }
+
+private:
+    template <class Frame>
+    zun::Verdict check(zun::Arriving const &in, Frame const *frame) const {
+        if (frame == nullptr) return zun::pass;
+        zun::Verdict verdict = zun::refuseUnsound(image, *frame);
+        return verdict ? verdict : zun::checkCrop(box, frame, in[box], clamp);
     }
 };
 

@@ -5,8 +5,8 @@
 //     outputs: {output: vignette}
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 #include "imgproc/kernels/Ellipse.h"
+#include "node/Registration.h"
 
 class EllipseMask : public zun::Node {
     using Frame = zun::Mat<zun::Vec3b, 2>;
@@ -24,7 +24,8 @@ public:
         static constexpr auto inputs =
             zun::rows(zun::input("input", "zun::Mat<zun::Vec3b, 2>", &EllipseMask::input, "the frame"));
         static constexpr auto outputs = zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &EllipseMask::output,
-                                                              "a copy of the frame, black outside the ellipse"));
+                                                              "a copy of the frame, black outside the ellipse")
+                                                      .shapedLike("input"));
         static constexpr auto options = zun::rows();
     };
 

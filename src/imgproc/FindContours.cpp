@@ -12,7 +12,7 @@
 #include "containers/Arithmetic.h"
 #include "containers/Mat.h"
 #include "containers/Rect.h"
-#include "frame/Registration.h"
+#include "node/Registration.h"
 #include "vexa_imgproc/Contours.h"
 
 class FindContours : public zun::Node {
@@ -47,6 +47,17 @@ public:
                         "each border's pixels in order: (x, y)"));
         static constexpr auto options = zun::rows();
     };
+
+    /// The labels of the frame with its border have to fit in memory.
+    zun::Verdict guard(zun::Arriving const &in) const {
+        Frame const *const frame = in[input];
+        if (frame == nullptr) return zun::pass;
+        constexpr std::uint64_t mostLabels = zun::mostBytes / sizeof(int);
+        std::uint64_t const rows = frame->shape[0] + std::uint64_t(2), columns = frame->shape[1] + std::uint64_t(2);
+        if (rows <= mostLabels / columns) return zun::pass;
+        return zun::refuse(input, "the frame of ", sizeOf(*frame), ", with a border of one pixel, needs more than ",
+                           mostLabels, " labels, which don't fit in memory; crop or shrink it first");
+    }
 
     void process(zun::Tick tick) override {
         Frame framed = withBorder(readStream(tick, input));

@@ -7,8 +7,10 @@
 
 #include "vexa_imgproc/HoughLines.h"
 
+#include <numbers>
+
 #include "containers/Mat.h"
-#include "frame/Registration.h"
+#include "node/Registration.h"
 
 class HoughLines : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -38,18 +40,29 @@ public:
             zun::rows(zun::output("houghLines", "zun::Mat<zun::Vec<int, 4>, 1>", &HoughLines::houghLines,
                                   "the ends of each segment: x0, y0, x1, y1"),
                       zun::output("houghLinesImg", "zun::Mat<unsigned char, 2>", &HoughLines::houghLinesImg,
-                                  "the segments, drawn at 255, as large as the frame"));
+                                  "the segments, drawn at 255, as large as the frame")
+                          .shapedLike("image"));
         static constexpr auto options = zun::rows(
-            zun::requiredOption("edgeThresh", "int", &HoughLines::edgeThresh, "pixels above it are edges"),
+            zun::requiredOption("edgeThresh", "int", &HoughLines::edgeThresh, "pixels above it are edges")
+                .between(0, 255),
             zun::requiredOption("lineGapMax", "int", &HoughLines::lineGapMax,
-                                "most pixels missing in a row within a segment"),
+                                "most pixels missing in a row within a segment")
+                .is(zun::OptionKind::Pixels)
+                .atLeast(0),
             zun::requiredOption("lineLenMin", "int", &HoughLines::lineLenMin,
-                                "least length of a segment in pixels, as columns or rows"),
+                                "least length of a segment in pixels, as columns or rows")
+                .is(zun::OptionKind::Pixels)
+                .atLeast(0),
             zun::requiredOption("quantize", "bool", &HoughLines::quantize,
                                 "true: leave out segments that lie all along within rho of longer ones"),
-            zun::requiredOption("rho", "float", &HoughLines::rho, "distance step of the search in pixels, above 0"),
-            zun::requiredOption("theta", "float", &HoughLines::theta, "angle step in radians, above 0"),
-            zun::requiredOption("threshold", "int", &HoughLines::threshold, "least number of edge pixels on a line"));
+            zun::requiredOption("rho", "float", &HoughLines::rho, "distance step of the search in pixels, above 0")
+                .is(zun::OptionKind::Pixels)
+                .atLeast(0),
+            zun::requiredOption("theta", "float", &HoughLines::theta, "angle step in radians, above 0")
+                .is(zun::OptionKind::Angle)
+                .between(0, std::numbers::pi),
+            zun::requiredOption("threshold", "int", &HoughLines::threshold, "least number of edge pixels on a line")
+                .atLeast(0));
     };
 
     void process(zun::Tick tick) override {

@@ -5,8 +5,8 @@
 //     outputs: {output: negative}
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 #include "imgproc/kernels/Invert.h"
+#include "node/Registration.h"
 
 class NegativeImage : public zun::Node {
     using Frame = zun::Mat<zun::Vec3b, 2>;
@@ -25,7 +25,8 @@ public:
         static constexpr auto inputs =
             zun::rows(zun::input("input", "zun::Mat<zun::Vec3b, 2>", &NegativeImage::input, "the frame"));
         static constexpr auto outputs =
-            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &NegativeImage::output, "the inverted frame"));
+            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &NegativeImage::output, "the inverted frame")
+                          .shapedLike("input"));
         static constexpr auto options = zun::rows();
     };
 

@@ -6,8 +6,8 @@
 //     outputs: {output: normalised}
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
 #include "imgproc/kernels/Equalise.h"
+#include "node/Registration.h"
 
 class NormalizeGreyImage : public zun::Node {
     using Frame = zun::Mat<unsigned char, 2>;
@@ -25,9 +25,17 @@ public:
         static constexpr auto inputs = zun::rows(
             zun::input("input", "zun::Mat<unsigned char, 2>", &NormalizeGreyImage::input, "the frame, not empty"));
         static constexpr auto outputs = zun::rows(
-            zun::output("output", "zun::Mat<unsigned char, 2>", &NormalizeGreyImage::output, "the equalised frame"));
+            zun::output("output", "zun::Mat<unsigned char, 2>", &NormalizeGreyImage::output, "the equalised frame")
+                .shapedLike("input"));
         static constexpr auto options = zun::rows();
     };
+
+    zun::Verdict guard(zun::Arriving const &in) const {
+        Frame const *const frame = in[input];
+        if (frame == nullptr || frame->count != 0) return zun::pass;
+        return zun::refuse(input, "the frame of ", sizeOf(*frame),
+                           " is empty, and its histogram has nothing to divide by; leave it out");
+    }
 
     void process(zun::Tick tick) override {
         Frame const frame = readStream(tick, input);

@@ -7,8 +7,9 @@
 //     options: {kernelSizeX: 9, kernelSizeY: 9}
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
+#include "imgproc/BoxBlurGuard.h"
 #include "imgproc/kernels/BoxBlur.h"
+#include "node/Registration.h"
 
 class RGBBoxBlur : public zun::Node {
     using Frame = zun::Mat<zun::Vec3b, 2>;
@@ -28,12 +29,21 @@ public:
         static constexpr auto inputs =
             zun::rows(zun::input("input", "zun::Mat<zun::Vec3b, 2>", &RGBBoxBlur::input, "the frame"));
         static constexpr auto outputs =
-            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &RGBBoxBlur::output, "the blurred frame"));
-        static constexpr auto options = zun::rows(zun::requiredOption("kernelSizeX", "int", &RGBBoxBlur::kernelSizeX,
-                                                                      "width of the box in pixels, from 1 on"),
-                                                  zun::requiredOption("kernelSizeY", "int", &RGBBoxBlur::kernelSizeY,
-                                                                      "height of the box in pixels, from 1 on"));
+            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &RGBBoxBlur::output, "the blurred frame")
+                          .shapedLike("input"));
+        static constexpr auto options = zun::rows(
+            zun::requiredOption("kernelSizeX", "int", &RGBBoxBlur::kernelSizeX,
+                                "width of the box in pixels, from 1 on; 0 gives zeros")
+                .is(zun::OptionKind::Pixels)
+                .atLeast(1),
+            zun::requiredOption("kernelSizeY", "int", &RGBBoxBlur::kernelSizeY, "height of the box in pixels, likewise")
+                .is(zun::OptionKind::Pixels)
+                .atLeast(1));
     };
+
+    zun::Verdict guard(zun::Arriving const &in) const {
+        return zun::checkBoxBlur(input, in[input], kernelSizeX, kernelSizeY);
+    }
 
     void process(zun::Tick tick) override {
         Frame const frame = readStream(tick, input);

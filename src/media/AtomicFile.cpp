@@ -75,15 +75,15 @@ void moveIntoPlace(std::string const &temporary, std::string const &path) {
 std::string whyNotWritable(std::string const &path) {
     std::string folder = std::filesystem::path(path).parent_path().string();
     if (folder.empty()) folder = ".";
-    if (::access(folder.c_str(), F_OK) != 0) return "the folder '" + folder + "' for '" + path + "' is not there";
+    if (::access(folder.c_str(), F_OK) != 0) return "the folder '" + folder + "' for '" + path + "' doesn't exist";
     if (::access(folder.c_str(), W_OK | X_OK) != 0)
-        return "the folder '" + folder + "' for '" + path + "' may not be written into";
-    if (std::filesystem::path(path).filename().empty()) return "'" + path + "' names no file";
+        return "the folder '" + folder + "' for '" + path + "' can't be written into";
+    if (std::filesystem::path(path).filename().empty()) return "'" + path + "' doesn't name a file";
     std::error_code ignored;
     std::filesystem::file_status const there = std::filesystem::status(path, ignored);
     if (std::filesystem::is_directory(there)) return "'" + path + "' is a folder";
     if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there))
-        return "'" + path + "' is no regular file, and would be replaced by one";
+        return "'" + path + "' is not a regular file, and would be replaced by one";
     return "";
 }
 

@@ -1,4 +1,4 @@
-// FFmpeg's objects, owned; for the sources of this room alone.
+// FFmpeg's objects, owned; for the sources of this library alone.
 #pragma once
 
 extern "C" {
@@ -42,7 +42,7 @@ private:
     AVDictionary *entries = nullptr;
 };
 
-/// What FFmpeg has to say of an error.
+/// What FFmpeg says of an error.
 std::string reason(int error);
 
 /// An empty frame of a size and format, whose rows are padded far enough for every conversion.

@@ -7,10 +7,9 @@
 #include <memory>
 
 #include "containers/Exception.h"
-#include "engine/ValueTypes.h"
-#include "frame/Registration.h"
-#include "media/Codec.h"
-#include "media/RecordNodes.h"
+#include "media/RecordText.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 
@@ -30,35 +29,40 @@ public:
                                       .classCode = 1,
                                       .summary = "Gives one value, written in the description, at every tick"};
         static constexpr auto inputs = rows();
-        static constexpr auto outputs = rows(output("value", "any", &Constant::value, "the value"));
+        static constexpr auto outputs = rows(output("value", "any", &Constant::value, "the value").typeFrom("type"));
         static constexpr auto options = rows(
             requiredOption("type", "std::string", &Constant::type, "type expression of the value"),
             requiredOption("value", "any", &Constant::given,
                            "the value: a scalar; [x, y, width, height] of a box; lists of these; rows of a frame"));
     };
 
-    void initialize() override { decoded = decodeValue(given, type); }
+    void initialize() override { decoded = decode(); }
 
     /// Every tick gets storage of its own, because a node may draw into a frame that it reads.
-    void process(Tick tick) override { writeStream(tick, value, engine::valueTypeOf(*decoded)->copy(*decoded)); }
+    void process(Tick tick) override { writeStream(tick, value, valueTypeOf(*decoded)->copy(*decoded)); }
+
+    Forecast forecast() const {
+        Forecast forecast;
+        try {
+            auto const known = decode();
+            forecast.bytes["value"] = valueTypeOf(*known)->bytes(*known);
+        } catch (Exception const &error) {
+            forecast.problems.push_back(error.what());
+        }
+        return forecast;
+    }
+
+private:
+    std::shared_ptr<Variant> decode() const {
+        ValueType const &known = recordType(type);
+        try {
+            return known.readRecord(given);
+        } catch (Exception const &error) {
+            throw Exception(std::string("option value: ") + error.what());
+        }
+    }
 };
 
 void registerConstant() { static Registration<Constant> const once; }
-
-engine::NodeFacts constantFacts() {
-    engine::NodeFacts facts;
-    facts.typeFromOption = {{"value", "type"}};
-    facts.forecast = [](NodeConfig const &config) {
-        engine::Forecast forecast;
-        try {
-            auto const value = decodeValue(config.getParsedOptions().at("value"), textOption(config, "type"));
-            forecast.bytes["value"] = engine::valueTypeOf(*value)->bytes(*value);
-        } catch (Exception const &error) {
-            forecast.errors.push_back(std::string("option value: ") + error.what());
-        }
-        return forecast;
-    };
-    return facts;
-}
 
 } // namespace zun::media

@@ -6,7 +6,7 @@
 
 namespace zun::media {
 
-FilePattern::FilePattern(std::string const &path) {
+FilePattern::FilePattern(std::string const &pathWithNumber) : path(pathWithNumber) {
     auto const reject = [&](char const *why) {
         throw Exception("the path '" + path + "' " + why +
                         ": write %05d for a number of five digits, %% for a percent sign");
@@ -24,7 +24,7 @@ FilePattern::FilePattern(std::string const &path) {
         }
         std::size_t at = i + 1;
         while (at < path.size() && std::isdigit(static_cast<unsigned char>(path[at])) != 0) at++;
-        if (at == path.size() || path[at] != 'd') reject("has a % that is no number");
+        if (at == path.size() || path[at] != 'd') reject("has a % that doesn't begin a number");
         if (hasNumber) reject("has two numbers");
         std::string const width = path.substr(i + 1, at - i - 1);
         if (width.size() > 3 || (!width.empty() && width.front() != '0')) reject("has a number of an unknown form");
@@ -41,5 +41,7 @@ std::string FilePattern::file(std::uint64_t number) const {
     if (text.size() < digits) text.insert(0, digits - text.size(), '0');
     return before + text + after;
 }
+
+FileUse FilePattern::use(FileUse::Access access) const { return {access, before, after, hasNumber, path}; }
 
 } // namespace zun::media

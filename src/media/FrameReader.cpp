@@ -10,6 +10,7 @@
 
 #include "containers/Exception.h"
 #include "media/Av.h"
+#include "media/WholePicture.h"
 
 namespace zun::media {
 namespace {
@@ -75,34 +76,6 @@ Frames toFrames(AVFrame const &picture, WantedFrames wanted) {
     return frames;
 }
 
-std::uint32_t bigEndian(unsigned char const *bytes) {
-    return std::uint32_t(bytes[0]) << 24 | std::uint32_t(bytes[1]) << 16 | std::uint32_t(bytes[2]) << 8 | bytes[3];
-}
-
-/// A decoder may be content with a part of a picture, so the ends of the two formats are looked for here.
-void requireWholePicture(std::string const &file) {
-    std::ifstream in(file, std::ios::binary);
-    std::array<unsigned char, 8> head{};
-    auto const read = [&] { return static_cast<bool>(in.read(reinterpret_cast<char *>(head.data()), 8)); };
-    if (!read()) return;
-    constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
-    if (std::memcmp(head.data(), pngSignature.data(), 8) == 0) {
-        while (read()) { // length and type of a chunk; the length doesn't count a checksum of 4 bytes
-            bool const last = std::memcmp(head.data() + 4, "IEND", 4) == 0;
-            in.seekg(std::streamoff(bigEndian(head.data())) + 3, std::ios::cur);
-            if (in.get() == std::ifstream::traits_type::eof()) break;
-            if (last) return;
-        }
-        fail(file, "is cut short: the PNG file ends before its picture does");
-    }
-    if (head[0] == 0xFF && head[1] == 0xD8) {
-        std::ifstream whole(file, std::ios::binary);
-        std::string const bytes(std::istreambuf_iterator<char>(whole), {});
-        if (bytes.find("\xFF\xD9", 2) == std::string::npos)
-            fail(file, "is cut short: the JPEG file ends before its picture does");
-    }
-}
-
 } // namespace
 
 struct FrameReader::Implementation {
@@ -137,14 +110,14 @@ struct FrameReader::Implementation {
         settings.set("protocol_whitelist", "file");
         settings.set("pattern_type", "none"); // a name is a name, whatever characters are in it
         int const error = avformat_open_input(&format, ("file:" + file).c_str(), nullptr, settings.get());
-        if (error < 0) fail(file, "is no image or video that can be read: " + av::reason(error));
+        if (error < 0) fail(file, "is not an image or video that can be read: " + av::reason(error));
     }
 
     void openDecoder() {
         int error = avformat_find_stream_info(format, nullptr);
         AVCodec const *decoder = nullptr;
         int const index = error < 0 ? error : av_find_best_stream(format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
-        if (index < 0) fail(file, "is no image or video that can be read: " + av::reason(index));
+        if (index < 0) fail(file, "is not an image or video that can be read: " + av::reason(index));
         stream = format->streams[index];
         codec.reset(avcodec_alloc_context3(decoder));
         if (!codec || !packet || !picture) throw std::bad_alloc();
@@ -155,7 +128,7 @@ struct FrameReader::Implementation {
         error = avcodec_open2(codec.get(), decoder, nullptr);
         if (error < 0) fail(file, "can't be decoded: " + av::reason(error));
         if (stream->codecpar->width <= 0 || stream->codecpar->height <= 0)
-            fail(file, "is no image or video that can be read: it has no picture size");
+            fail(file, "is not an image or video that can be read: it has no picture size");
     }
 
     bool isStill() const {
@@ -178,7 +151,7 @@ struct FrameReader::Implementation {
         return count;
     }
 
-    /// Decodes the next picture; false behind the last.
+    /// Decodes the next picture; false after the last.
     bool decode() {
         while (true) {
             int const got = avcodec_receive_frame(codec.get(), picture.get());

@@ -53,7 +53,7 @@ public:
     /// Index of the frame that next() would give.
     std::uint64_t position() const;
 
-    /// Reads the next frame into `frames`. Returns false behind the last.
+    /// Reads the next frame into `frames`. Returns false after the last.
     bool next(WantedFrames wanted, Frames &frames);
 
 private:

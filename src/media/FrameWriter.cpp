@@ -122,16 +122,20 @@ av::Codec makeEncoder(std::string const &file, Pixels const &pixels, WriteSettin
 std::string whyUnsupported(std::string const &file, WriteSettings const &settings) {
     Format const *const format = formatOf(file);
     if (format == nullptr)
-        return "'" + file + "' has no ending that says its format: .png, .jpg, .jpeg, .mkv, .avi, .mp4 or .mov";
-    if (settings.quality < 1 || settings.quality > 100) return "the option quality is from 1 to 100";
+        return "'" + file +
+               "' doesn't end with a format that can be written: .png, .jpg, .jpeg, .mkv, .avi, .mp4 or .mov";
+    if (settings.quality < leastQuality || settings.quality > mostQuality)
+        return "the option quality must be from 1 to 100";
     if (format->container == nullptr) return "";
     if (!settings.lossless && format->lossy == nullptr)
-        return "'" + file + "': this format is written without loss only; for smaller files take .mp4, .mov or .mkv";
-    if (!(settings.rate > 0) || settings.rate > 10000) return "the option fps is above 0 and at most 10000";
+        return "'" + file + "': this format can only be written without loss; for smaller files use .mp4, .mov or .mkv";
+    auto const rate = static_cast<double>(settings.rate);
+    bool const isRate = rate >= leastRate && rate <= mostRate; // a NaN is not
+    if (!isRate) return "the option fps must be from 0.001 to 10000";
     return "";
 }
 
-bool isImageName(std::string const &file) {
+bool isWrittenAsImage(std::string const &file) {
     Format const *const format = formatOf(file);
     return format != nullptr && format->container == nullptr;
 }
@@ -219,7 +223,7 @@ struct VideoWriter::Implementation {
             check(file, avio_closep(&format->pb));
         } catch (Exception const &error) {
             close();
-            throw Exception(std::string(error.what()) + "; what was encoded stands in '" + temporary + "'");
+            throw Exception(std::string(error.what()) + "; what was encoded is in '" + temporary + "'");
         }
         close();
         moveIntoPlace(temporary, file);
@@ -246,12 +250,12 @@ VideoWriter::~VideoWriter() = default;
 void VideoWriter::write(Pixels const &pixels) {
     Implementation &video = *implementation;
     auto const describe = [](Pixels const &p) {
-        return std::to_string(p.width) + " x " + std::to_string(p.height) + " with " + std::to_string(p.channels) +
-               (p.channels == 1 ? " channel" : " channels");
+        return std::to_string(p.height) + " rows, " + std::to_string(p.width) + " columns and " +
+               std::to_string(p.channels) + (p.channels == 1 ? " channel" : " channels");
     };
     if (!pixels.sameForm(video.form))
-        throw Exception("'" + video.file + "': this frame is " + describe(pixels) + ", but the video began with " +
-                        describe(video.form));
+        throw Exception("'" + video.file + "': this frame has " + describe(pixels) +
+                        ", but the video began with frames of " + describe(video.form));
     av::Frame const picture = toPicture(pixels, video.codec->pix_fmt);
     picture->pts = video.frames++;
     video.encode(picture.get());

@@ -8,9 +8,12 @@
 
 namespace zun::media {
 
+inline constexpr int leastQuality = 1, mostQuality = 100;
+inline constexpr double leastRate = 0.001, mostRate = 10000;
+
 struct WriteSettings {
     bool lossless = true; ///< of a video: every pixel comes back as it was
-    int quality = 95;     ///< of a JPEG, or of a video that is not lossless: 1 to 100
+    int quality = 95;     ///< of a JPEG, or of a video that is not lossless
     float rate = 25;      ///< of a video: frames per second
 };
 
@@ -18,7 +21,8 @@ struct WriteSettings {
 /// .png (lossless), .jpg and .jpeg; .mkv and .avi (FFV1, lossless), .mp4, .mov and .mkv (H.264, lossless or not).
 std::string whyUnsupported(std::string const &file, WriteSettings const &settings);
 
-bool isImageName(std::string const &file);
+/// Whether a file of this name is written as a still image, and not as a video.
+bool isWrittenAsImage(std::string const &file);
 
 /// Writes one still image, whole or not at all. Throws zun::Exception. Thread-safe.
 void writeImage(std::string const &file, Pixels const &pixels, WriteSettings const &settings);
@@ -36,7 +40,7 @@ public:
     void write(Pixels const &pixels);
 
     /// Completes the file and puts it in its place. Where that fails, on a full disk, what was encoded is left under
-    /// the temporary name, which the error tells.
+    /// the temporary name, which the error names.
     void finish();
 
 private:

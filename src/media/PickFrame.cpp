@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "containers/Mat.h"
-#include "frame/Registration.h"
-#include "media/FrameNodes.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 

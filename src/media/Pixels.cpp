@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <type_traits>
 
 #include "containers/Exception.h"
 #include "containers/Mat.h"
-#include "engine/ValueTypes.h"
+#include "node/Guard.h"
 #include "pipeline/TypeMismatch.h"
+#include "pipeline/types/ValueType.h"
 
 namespace zun::media {
 namespace {
@@ -30,9 +32,9 @@ bool tryFrame(std::shared_ptr<Variant> const &value, float scale, Pixels &pixels
     auto const *const held = dynamic_cast<VariantType<Mat<T, 2>> const *>(value.get());
     if (held == nullptr) return false;
     Mat<T, 2> const &frame = held->value;
-    if (frame.count == 0)
-        throw Exception("a frame of " + std::to_string(frame.shape[0]) + " x " + std::to_string(frame.shape[1]) +
-                        " pixels can't be written");
+    bool const isInt = frame.count != 0 && frame.count <= std::uint32_t(std::numeric_limits<int>::max());
+    if (!isInt || !Contents<Mat<T, 2>>::sound(frame))
+        throw Exception("a frame of " + sizeOf(frame) + " can't be written");
     pixels.height = static_cast<int>(frame.shape[0]);
     pixels.width = static_cast<int>(frame.shape[1]);
     pixels.channels = channelsOf<T>;
@@ -61,10 +63,10 @@ Pixels pixelsOf(std::shared_ptr<Variant> const &value, float scale) {
         tryFrame<Vec3b, unsigned char>(value, scale, pixels) || tryFrame<Vec4b, unsigned char>(value, scale, pixels) ||
         tryFrame<float, float>(value, scale, pixels) || tryFrame<Vec3f, float>(value, scale, pixels))
         return pixels;
-    engine::ValueType const *const type = engine::valueTypeOf(*value);
     Variant const &held = *value;
-    throw Exception("a value of type " + (type != nullptr ? type->expression : demangle(typeid(held))) +
-                    " is no frame and can't be written as one");
+    ValueType const *const type = valueTypeOf(held);
+    throw Exception("a value of type " + (type != nullptr ? type->spelling : demangle(typeid(held))) +
+                    " is not a frame that can be written");
 }
 
 } // namespace zun::media

@@ -23,7 +23,7 @@ struct Pixels {
 
 /// The pixels of a frame of bytes as they are, without a copy, or, if `scale` is not 0, of any frame, each number
 /// multiplied by it, rounded, halves away from zero, and clamped to 0..255; a NaN gives 0. Throws zun::Exception for a
-/// value that is no frame, for one of floats without a scale, and for one without pixels.
+/// value that is not a frame, for a frame of floats without a scale, and for a frame without pixels.
 Pixels pixelsOf(std::shared_ptr<Variant> const &value, float scale);
 
 } // namespace zun::media

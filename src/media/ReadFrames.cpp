@@ -4,8 +4,8 @@
 //     outputs: {rgb: picture}
 //     options: {path: frames/in-%05d.png, first: 1}
 //
-// Tick t gives frame `first` + t, modulo `count` where the whole is played more than once. Every tick gives storage of
-// its own, so nodes may draw into the frames.
+// Tick t gives frame `first` + t, modulo `count` where the frames are played more than once. The frames of
+// each tick have storage of their own, so nodes may draw into them.
 
 #include <algorithm>
 #include <filesystem>
@@ -13,10 +13,10 @@
 #include <optional>
 
 #include "containers/Exception.h"
-#include "frame/Registration.h"
 #include "media/FilePattern.h"
-#include "media/FrameNodes.h"
 #include "media/FrameReader.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 
@@ -43,13 +43,15 @@ public:
         static constexpr auto outputs =
             rows(output("rgb", "zun::Mat<zun::Vec3b, 2>", &ReadFrames::rgb, "the frame in colour"),
                  output("grey", "zun::Mat<unsigned char, 2>", &ReadFrames::grey, "the frame in grey"));
-        static constexpr auto options =
-            rows(requiredOption("path", "std::string", &ReadFrames::path,
-                                "an image, a video, or a sequence of images as in-%05d.png"),
-                 option("first", "int", "0", &ReadFrames::first,
-                        "number of the first file of a sequence; index of the first frame of a video"),
-                 option("count", "int", "0", &ReadFrames::count, "how many frames to read; 0: all there are"),
-                 option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end"));
+        static constexpr auto options = rows(
+            requiredOption("path", "std::string", &ReadFrames::path,
+                           "an image, a video, or a sequence of images such as in-%05d.png")
+                .is(OptionKind::Path),
+            option("first", "int", "0", &ReadFrames::first,
+                   "number of the first file of a sequence; index of the first frame of a video")
+                .atLeast(0),
+            option("count", "int", "0", &ReadFrames::count, "how many frames to read; 0: all of them").atLeast(0),
+            option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end").atLeast(0));
     };
 
     bool isGenerator() const override { return true; }
@@ -59,11 +61,9 @@ public:
 
     void initialize() override {
         pattern.emplace(path);
-        if (first < 0 || count < 0 || repeat < 0)
-            throw Exception("the options first, count and repeat can't be negative");
+        requireSoundOptions();
         std::uint64_t const there = pattern->numbered() ? countFiles() : countFrames();
-        if (there == 0)
-            throw Exception("'" + pattern->file(start()) + "' is not there: there is no frame to begin with");
+        if (there == 0) failToBegin();
         frames = count == 0 ? there : static_cast<std::uint64_t>(count);
         if (frames > there)
             throw Exception("'" + path + "' has " + std::to_string(there) + " frames from " + std::to_string(first) +
@@ -88,7 +88,34 @@ public:
 
     void flush(Tick) override { video.reset(); }
 
+    /// The size of the first frame, or why it can't be read.
+    Forecast forecast() const {
+        Forecast forecast;
+        try {
+            FilePattern const names(path);
+            forecast.files = {names.use(FileUse::Access::Read)};
+            requireSoundOptions();
+            FrameReader const reader(names.file(start()));
+            std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
+            forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
+        } catch (Exception const &error) {
+            forecast.problems.push_back(error.what());
+        }
+        return forecast;
+    }
+
 private:
+    void requireSoundOptions() const {
+        if (first < 0 || count < 0 || repeat < 0)
+            throw Exception("the options first, count and repeat can't be negative");
+    }
+
+    [[noreturn]] void failToBegin() const {
+        if (pattern->numbered())
+            throw Exception("'" + pattern->file(start()) + "' doesn't exist, so the sequence has no first frame");
+        throw Exception("'" + pattern->file(0) + "' has no frame " + std::to_string(first));
+    }
+
     std::uint64_t start() const { return static_cast<std::uint64_t>(first); }
 
     /// By its name, because the engine asks before the file is opened.
@@ -96,13 +123,14 @@ private:
 
     std::uint64_t countFiles() const {
         std::uint64_t number = start();
-        while (std::filesystem::exists(pattern->file(number))) number++;
+        std::error_code ignored;
+        while (std::filesystem::exists(pattern->file(number), ignored)) number++;
         return number - start();
     }
 
     std::uint64_t countFrames() {
         FrameReader const reader(pattern->file(0));
-        if (!isVideo() && !reader.isStill()) throw Exception("'" + path + "' is a video under the name of an image");
+        if (!isVideo() && !reader.isStill()) throw Exception("'" + path + "' is a video with the name of an image");
         std::uint64_t const all = reader.frameCount();
         return all > start() ? all - start() : 0;
     }
@@ -119,21 +147,5 @@ private:
 };
 
 void registerReadFrames() { static Registration<ReadFrames> const once; }
-
-engine::Forecast forecastReadFrames(NodeConfig const &config) {
-    engine::Forecast forecast;
-    auto const options = config.getParsedOptions();
-    try {
-        FilePattern const pattern(convertOption<std::string>(options.at("path")));
-        auto const first = options.find("first");
-        int const start = first == options.end() ? 0 : convertOption<int>(first->second);
-        FrameReader const reader(pattern.file(static_cast<std::uint64_t>(std::max(start, 0))));
-        std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
-        forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
-    } catch (Exception const &error) {
-        forecast.errors.push_back(error.what());
-    }
-    return forecast;
-}
 
 } // namespace zun::media

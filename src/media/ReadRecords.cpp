@@ -15,9 +15,9 @@
 #include <unistd.h>
 
 #include "containers/Exception.h"
-#include "frame/Registration.h"
-#include "media/Codec.h"
-#include "media/RecordNodes.h"
+#include "media/RecordText.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 namespace {
@@ -29,8 +29,8 @@ int openFile(std::string const &path) {
     struct stat status {};
     if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
     ::close(descriptor);
-    throw Exception("'" + path + "' is " + (S_ISDIR(status.st_mode) ? "a folder" : "no regular file") +
-                    ": records are read from a file on disk");
+    throw Exception("'" + path + "' is " + (S_ISDIR(status.st_mode) ? "a folder" : "not a regular file") +
+                    "; records are read from a file on disk");
 }
 
 /// A file whose lines can be read in any order and by several threads at once.
@@ -57,7 +57,7 @@ public:
         if (size > longest)
             throw Exception("'" + name + "', line " + std::to_string(index + 1) + ": longer than any value");
         std::string text(size, '\0');
-        if (readAt(begin, text.data(), size) != size) fail("has become shorter while it was read");
+        if (readAt(begin, text.data(), size) != size) fail("became shorter while it was read");
         return text;
     }
 
@@ -115,9 +115,10 @@ public:
                                       .summary = "Reads one value a tick from a file of JSON lines"};
         static constexpr auto inputs = rows();
         static constexpr auto outputs =
-            rows(output("value", "any", &ReadRecords::value, "the value of the tick's line"));
+            rows(output("value", "any", &ReadRecords::value, "the value of the tick's line").typeFrom("type"));
         static constexpr auto options =
-            rows(requiredOption("path", "std::string", &ReadRecords::path, "the file, one JSON value a line"),
+            rows(requiredOption("path", "std::string", &ReadRecords::path, "the file, one JSON value a line")
+                     .is(OptionKind::Path),
                  requiredOption("type", "std::string", &ReadRecords::type, "type expression of the values"));
     };
 
@@ -129,28 +130,28 @@ public:
     void process(Tick tick) override {
         std::string const line = file->line(tick);
         try {
-            writeStream(tick, value, decodeValue(parseJson(line), type));
+            writeStream(tick, value, valueOfRecord(parseJson(line), type));
         } catch (Exception const &error) {
             throw Exception("'" + path + "', line " + std::to_string(tick + 1) + ": " + error.what());
         }
     }
+
+    Forecast forecast() const {
+        Forecast forecast;
+        forecast.files = {{FileUse::Access::Read, path, "", false, path}};
+        auto const expectSuccess = [&](auto action) {
+            try {
+                action();
+            } catch (Exception const &error) {
+                forecast.problems.push_back(error.what());
+            }
+        };
+        expectSuccess([&] { ::close(openFile(path)); });
+        expectSuccess([&] { recordType(type); });
+        return forecast;
+    }
 };
 
 void registerReadRecords() { static Registration<ReadRecords> const once; }
-
-engine::NodeFacts readRecordsFacts() {
-    engine::NodeFacts facts;
-    facts.typeFromOption = {{"value", "type"}};
-    facts.forecast = [](NodeConfig const &config) {
-        engine::Forecast forecast;
-        try {
-            ::close(openFile(textOption(config, "path")));
-        } catch (Exception const &error) {
-            forecast.errors.push_back(error.what());
-        }
-        return forecast;
-    };
-    return facts;
-}
 
 } // namespace zun::media

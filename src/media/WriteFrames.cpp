@@ -4,18 +4,20 @@
 //     inputs: {frames: negative}
 //     options: {path: "out/negative-%05d.png"}
 //
-// An image file is complete when its tick is done, a video when the run ends, also if it ends by a failure; until then
+// An image file is complete when its tick is done, a video when the run ends, even by a failure; until then
 // they stand beside their place as ".<name>.part".
 
 #include <atomic>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "containers/Exception.h"
-#include "frame/Registration.h"
 #include "media/AtomicFile.h"
 #include "media/FilePattern.h"
-#include "media/FrameNodes.h"
 #include "media/FrameWriter.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 
@@ -42,31 +44,30 @@ public:
         static constexpr auto outputs = rows();
         static constexpr auto options =
             rows(requiredOption("path", "std::string", &WriteFrames::path,
-                                "out-%05d.png for an image a tick, numbered by the tick; an image; or a video"),
+                                "out-%05d.png for an image a tick, numbered by the tick; an image; or a video")
+                     .is(OptionKind::Path),
                  option("scale", "float", "0.0", &WriteFrames::scale,
                         "what numbers are multiplied by before they are rounded to bytes; 0: bytes as they are"),
                  option("lossless", "bool", "true", &WriteFrames::lossless, "of a video: keep every pixel as it is"),
-                 option("quality", "int", "95", &WriteFrames::quality, "of a JPEG, and of a video with loss: 1 to 100"),
-                 option("fps", "float", "25.0", &WriteFrames::rate, "of a video: frames per second"));
+                 option("quality", "int", "95", &WriteFrames::quality, "of a JPEG, and of a video with loss")
+                     .between(leastQuality, mostQuality),
+                 option("fps", "float", "25.0", &WriteFrames::rate, "of a video: frames per second")
+                     .between(leastRate, mostRate));
     };
 
     bool hasSideEffects() const override { return true; }
 
     /// Images are encoded side by side; the frames of a video follow one another.
-    bool mayOverlap() const { return isImageName(path); }
+    bool mayOverlap() const { return isWrittenAsImage(path); }
 
     void initialize() override {
-        FilePattern const pattern(path);
-        if (std::string const why = whyUnsupported(path, settings()); !why.empty()) throw Exception(why);
-        if (std::string const why = whyNotWritable(pattern.file(0)); !why.empty()) throw Exception(why);
-        if (pattern.numbered() && !isImageName(path))
-            throw Exception("'" + path + "': a video is one file, so its name has no number");
+        if (std::vector<std::string> const why = problems(FilePattern(path)); !why.empty()) throw Exception(why[0]);
     }
 
     void process(Tick tick) override {
         Pixels const pixels = pixelsOf(readStream(tick, frames), scale);
         FilePattern const pattern(path);
-        if (isImageName(path)) {
+        if (isWrittenAsImage(path)) {
             if (!pattern.numbered() && wroteImage.exchange(true)) failToOverwrite();
             writeImage(pattern.file(tick), pixels, settings());
         } else {
@@ -80,36 +81,37 @@ public:
         if (finished != nullptr) finished->finish();
     }
 
+    Forecast forecast() const {
+        Forecast forecast;
+        try {
+            FilePattern const pattern(path);
+            forecast.files = {pattern.use(FileUse::Access::Write)};
+            forecast.problems = problems(pattern);
+        } catch (Exception const &error) {
+            forecast.problems.push_back(error.what());
+        }
+        return forecast;
+    }
+
 private:
     WriteSettings settings() const { return {lossless, quality, rate}; }
 
+    /// Why the frames can't be written: an unknown ending, or a folder that can't be written into.
+    std::vector<std::string> problems(FilePattern const &pattern) const {
+        std::vector<std::string> all{whyUnsupported(path, settings()), whyNotWritable(pattern.file(0))};
+        if (all[0].empty() && pattern.numbered() && !isWrittenAsImage(path))
+            all.push_back("'" + path + "': a video is one file, so its name can't have a number in it");
+        std::erase(all, "");
+        return all;
+    }
+
     [[noreturn]] void failToOverwrite() const {
         std::size_t const dot = path.rfind('.');
-        throw Exception("'" + path + "' holds one image and was written already: for an image a tick write '" +
-                        path.substr(0, dot) + "-%05d" + path.substr(dot) + "', for one image run one tick");
+        throw Exception("'" + path + "' holds one image and was written already: for an image a tick use '" +
+                        path.substr(0, dot) + "-%05d" + path.substr(dot) + "'; for one image run one tick");
     }
 };
 
 void registerWriteFrames() { static Registration<WriteFrames> const once; }
-
-engine::Forecast forecastWriteFrames(NodeConfig const &config) {
-    engine::Forecast forecast;
-    auto const options = config.getParsedOptions();
-    auto const option = [&]<class T>(char const *name, T fallback) {
-        auto const found = options.find(name);
-        return found == options.end() ? fallback : convertOption<T>(found->second);
-    };
-    try {
-        std::string const path = option("path", std::string());
-        WriteSettings const defaults;
-        WriteSettings const settings{option("lossless", defaults.lossless), option("quality", defaults.quality),
-                                     option("fps", defaults.rate)};
-        for (std::string const &why : {whyUnsupported(path, settings), whyNotWritable(FilePattern(path).file(0))})
-            if (!why.empty()) forecast.errors.push_back(why);
-    } catch (Exception const &error) {
-        forecast.errors.push_back(error.what());
-    }
-    return forecast;
-}
 
 } // namespace zun::media

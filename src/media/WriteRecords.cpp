@@ -4,8 +4,8 @@
 //     inputs: {value: corners}
 //     options: {path: out/corners.jsonl}
 //
-// The file is complete when the run ends, also if it ends by a failure, and then holds a line for each tick that was
-// written whole; until then it stands beside its place as ".<name>.part".
+// The file is complete when the run ends, even by a failure, and then holds a whole line for each tick that was
+// processed; until then it stands beside its place as ".<name>.part".
 
 #include <cerrno>
 #include <cstdio>
@@ -13,10 +13,10 @@
 #include <memory>
 
 #include "containers/Exception.h"
-#include "frame/Registration.h"
 #include "media/AtomicFile.h"
-#include "media/Codec.h"
-#include "media/RecordNodes.h"
+#include "media/RecordText.h"
+#include "media/Registrations.h"
+#include "node/Registration.h"
 
 namespace zun::media {
 namespace {
@@ -43,18 +43,18 @@ public:
         static constexpr auto inputs = rows(input("value", "any", &WriteRecords::value, "the values"));
         static constexpr auto outputs = rows();
         static constexpr auto options =
-            rows(requiredOption("path", "std::string", &WriteRecords::path, "the file; \"-\" for the standard output"));
+            rows(requiredOption("path", "std::string", &WriteRecords::path, "the file; \"-\" for the standard output")
+                     .is(OptionKind::Path));
     };
 
     bool hasSideEffects() const override { return true; }
 
     void initialize() override {
-        if (path == standardOutput) return;
-        if (std::string const why = whyNotWritable(path); !why.empty()) throw Exception(why);
+        if (std::string const why = problem(); !why.empty()) throw Exception(why);
     }
 
     void process(Tick tick) override {
-        std::string const line = encodeValue(*readStream(tick, value)) + "\n";
+        std::string const line = recordText(*readStream(tick, value)) + "\n";
         if (path == standardOutput) {
             if (std::fwrite(line.data(), 1, line.size(), stdout) != line.size() || std::fflush(stdout) != 0)
                 throw Exception(std::string("the standard output can't be written: ") + std::strerror(errno));
@@ -68,20 +68,19 @@ public:
         std::unique_ptr<AtomicFile> const finished = std::move(file);
         if (finished != nullptr) finished->commit();
     }
+
+    Forecast forecast() const {
+        Forecast forecast;
+        if (path != standardOutput) forecast.files = {{FileUse::Access::Write, path, "", false, path}};
+        if (std::string const why = problem(); !why.empty()) forecast.problems.push_back(why);
+        return forecast;
+    }
+
+private:
+    /// Why the file can't be written; empty if it can.
+    std::string problem() const { return path == standardOutput ? "" : whyNotWritable(path); }
 };
 
 void registerWriteRecords() { static Registration<WriteRecords> const once; }
-
-engine::NodeFacts writeRecordsFacts() {
-    engine::NodeFacts facts;
-    facts.forecast = [](NodeConfig const &config) {
-        std::string const path = textOption(config, "path");
-        std::string const why = path == standardOutput ? "" : whyNotWritable(path);
-        engine::Forecast forecast;
-        if (!why.empty()) forecast.errors.push_back(why);
-        return forecast;
-    };
-    return facts;
-}
 
 } // namespace zun::media

@@ -7,6 +7,8 @@
 
 #include <dlfcn.h>
 
+#include "pipeline/ApiVersion.h"
+
 namespace zun {
 namespace {
 
@@ -23,6 +25,8 @@ Registry &registry() {
     static Registry &instance = *new Registry;
     return instance;
 }
+
+static_assert(ZUN_API_VERSION == ZUN_VERSION_MAJOR, "the libraries carry the version of the headers");
 
 /// The library that a piece of code stands in.
 std::string libraryOf(void const *code) {
@@ -41,17 +45,19 @@ void NodeRegistry::registerNodeImpl(std::string type, Factory factory, NodeSpeci
                                   " and by " + library);
         return;
     }
-    auto entry = std::make_unique<Entry>(Entry{type, std::move(factory), specification, {}, std::move(library)});
+    auto entry = std::make_unique<Entry>(Entry{type, std::move(factory), specification, {}, {}, std::move(library)});
     nodes.byType.emplace(std::move(type), entry.get());
     nodes.entries.push_back(std::move(entry));
 }
 
-void NodeRegistry::document(std::string const &type, NodeDocumentation documentation) {
+void NodeRegistry::describe(std::string const &type, NodeDocumentation documentation, NodeFacts facts) {
+    std::string const library = libraryOf(__builtin_return_address(0));
     Registry &nodes = registry();
     std::lock_guard const lock(nodes.mutex);
     auto const found = nodes.byType.find(type);
-    if (found != nodes.byType.end() && found->second->documentation.summary.empty())
-        found->second->documentation = std::move(documentation);
+    if (found == nodes.byType.end() || found->second->library != library) return;
+    found->second->documentation = std::move(documentation);
+    found->second->facts = std::move(facts);
 }
 
 NodeRegistry::Entry const *NodeRegistry::find(std::string const &type) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "pipeline/NodeConfig.h"
+#include "pipeline/NodeFacts.h"
 #include "pipeline/NodeSpecification.h"
 
 namespace zun {
@@ -23,12 +24,13 @@ public:
         Factory factory;
         NodeSpecification specification;
         NodeDocumentation documentation;
+        NodeFacts facts;
         std::string library; ///< path of the library or program that registered the type
     };
 
     /// Registers the node class `T` under a type string. Can be called while a library's static initialisers run, and
-    /// so reports nothing: a type string that is taken keeps its first meaning, and takeConflicts() tells of it.
-    /// Defined in frame/Registration.h.
+    /// so reports nothing: a type string that is taken keeps its first meaning, and takeConflicts() names it.
+    /// Defined in node/Registration.h.
     template <class T>
     static void registerNode(std::string type);
 
@@ -44,7 +46,7 @@ public:
 
 private:
     static void registerNodeImpl(std::string type, Factory factory, NodeSpecification const &specification);
-    static void document(std::string const &type, NodeDocumentation documentation);
+    static void describe(std::string const &type, NodeDocumentation documentation, NodeFacts facts);
 };
 
 } // namespace zun

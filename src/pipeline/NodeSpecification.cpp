@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "pipeline/types/TypeExpression.h"
+
 namespace zun {
 
 CommonMeta::CommonMeta(std::string metaName, std::string typeExpression, bool isOptional, std::string defaultText)
@@ -21,5 +23,19 @@ NodeSpecification::Output::Output(std::string metaName, std::string typeExpressi
                                   std::string defaultText, bool isInternal, std::int32_t defaultLimit, StreamType kind)
     : XPut(std::move(metaName), std::move(typeExpression), isOptional, std::move(defaultText), isInternal, kind),
       limit(defaultLimit) {}
+
+std::string chooseParameters(std::string const &expression, NodeSpecification const &specification,
+                             std::string const &typeString) {
+    std::size_t const open = typeString.find('<'), close = typeString.rfind('>');
+    if (open == std::string::npos || close == std::string::npos || close < open) return expression;
+    std::string const choice = typeString.substr(open + 1, close - open - 1);
+    std::string chosen = expression;
+    for (NodeSpecification::Template const &parameter : specification.templates) {
+        auto const found = parameter.choices.find(choice);
+        if (found != parameter.choices.end())
+            chosen = usualSpelling(replaceParameter(chosen, parameter.parameter, canonicalType(found->second)));
+    }
+    return chosen;
+}
 
 } // namespace zun

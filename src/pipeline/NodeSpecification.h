@@ -76,6 +76,11 @@ struct NodeSpecification {
     std::int32_t parallelCode = 0;
 };
 
+/// A type expression of a specification with its template parameters replaced by what the type string chooses:
+/// "zun::Mat<T, 2>" is "zun::Mat<zun::Vec3b, 2>" in a "Crop<Vec3b>".
+std::string chooseParameters(std::string const &expression, NodeSpecification const &specification,
+                             std::string const &typeString);
+
 /// What a type means to a person; shown by hosts, read by nothing.
 struct NodeDocumentation {
     std::string summary;

@@ -5,8 +5,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
-#include "engine/Plugins.h"
-#include "guards/Target.h"
+#include "catalogue/Plugins.h"
 #include "imgproc/kernels/Targets.h"
 #include "pipeline/NodeRegistry.h"
 #include "python/Node.h"
@@ -36,8 +35,11 @@ Values, by the type expression of a port (zun.specification tells it):
     zun::Box                        tuple (x, y, width, height) of floats, in pixels
     zun::Mask                       tuple of a rectangle (x, y, width, height) of ints and a uint8 array (H, W)
     zun::Vec2f, zun::Vec2i          tuple of two numbers
-    std::string                     str, or bytes where it is no UTF-8
+    std::string                     str, or bytes where it is not UTF-8
     any                             whichever of the arrays fits
+
+A frame whose rows and columns come to more elements than it holds, such as a mask of a rectangle with two negative
+sides, has a shape that no array can have: it comes as an array of its elements, of shape (N,) or (N, channels).
 
 Frames are not copied where an array is C-contiguous and aligned. A node that draws into the frame it reads (DrawText,
 DrawBoxes, ApplyMask) changes the array that it is given. An array that comes back may share its memory with one that
@@ -52,8 +54,8 @@ runs tick 0 and is flushed. An output that the node did not write is absent. `in
 
 Raises
   Error       the node failed: an option or input is missing, has a value that it doesn't take, ...
-  GuardError  the inputs would take the node out of memory, divide by zero or never end; with trust=True nobody looks,
-              and such inputs may end the process
+  GuardError  the inputs would take the node out of memory, divide by zero or never end; with trust=True nothing is
+              checked, and such inputs may end the process
   TypeError   a value is not of its port's type
 Safe to call from several threads.)";
 
@@ -67,10 +69,10 @@ type     one of zun.nodes()
 options  by name; what is not given takes its default
 inputs   the names of the input ports to connect; None: those that are required
 outputs  the names of the output ports to connect; None: all
-trust    True: no guard looks at the inputs first
+trust    True: run without the guard that checks the inputs first
 
 Raises Error if the node can't be built or initialised. Its methods may be called from several threads: calls of
-process() overlap where the node bears it, and wait for one another where not. The node is flushed when it goes.)";
+process() overlap where the node allows it, and wait for one another where not. The node is flushed when it goes.)";
 
 constexpr char const *processText = R"(Runs the next tick on a value for each connected input, given by keyword.
 
@@ -82,7 +84,7 @@ constexpr char const *setOptionText = R"(Replaces an option from the next call o
 The value is converted as one given to the constructor is. Raises Error for an unknown name or where there is no
 conversion, and then changes nothing. Options that a node reads only while it is initialised keep their effect.)";
 
-constexpr char const *specificationText = R"(What is known of a node type without building a node, as a dict:
+constexpr char const *specificationText = R"(The specification of a node type, as a dict:
 
     name, classCode, baseType, parallelCode
     inputs, outputs, options   dicts by name; each entry holds name, type (a type expression), optional, defaultValue;
@@ -127,7 +129,7 @@ PYBIND11_MODULE(zun, module) {
     using namespace zun::python;
     // What a node logs when it fails is the text of the exception.
     zun::log::setLevel(zun::log::Level::Silent);
-    zun::guards::useTargetOfEnvironment();
+    zun::kernels::useTargetOfEnvironment();
     zun::engine::loadPlugin("imgproc");
 
     module.doc() = moduleText;

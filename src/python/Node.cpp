@@ -1,12 +1,10 @@
 #include "python/Node.h"
 
-#include <algorithm>
 #include <exception>
 #include <utility>
 
-#include "engine/NodeText.h"
-#include "engine/PortTypes.h"
-#include "guards/Guards.h"
+#include "catalogue/NodeText.h"
+#include "catalogue/NodeTypes.h"
 #include "python/Options.h"
 #include "python/Strings.h"
 
@@ -56,20 +54,15 @@ std::set<std::string> outputNames(std::string const &type, Node::Names const &gi
     return all;
 }
 
-engine::NodeFacts const &factsOf(std::string const &type) {
-    static engine::NodeFacts const none;
-    auto const found = guards::facts().find(type);
-    return found != guards::facts().end() ? found->second : none;
-}
-
-std::map<std::string, Port> portsOf(std::string const &type, engine::SingleNode const &node) {
-    std::vector<std::string> const &drawnInto = factsOf(type).changesInPlace;
+std::map<std::string, Port> portsOf(engine::SingleNode const &node) {
+    NodeRegistry::Entry const &type = node.type();
     std::map<std::string, Port> ports;
-    for (std::string const &name : node.connectedInputs()) {
-        NodeSpecification const &about = node.specification();
-        ports[name] = {name, engine::resolveTemplates(about.inputs.at(name).type, about, type),
-                       std::find(drawnInto.begin(), drawnInto.end(), name) != drawnInto.end()};
-    }
+    for (NodeFacts::Input const &input : type.facts.inputs)
+        if (node.connectedInputs().contains(input.name))
+            ports[input.name] = {
+                input.name,
+                chooseParameters(type.specification.inputs.at(input.name).type, type.specification, type.type),
+                input.type, input.changedInPlace};
     return ports;
 }
 
@@ -88,10 +81,9 @@ void addErrors(py::module_ &module) {
 
 Node::Node(std::string const &nodeType, py::dict const &options, Names const &inputs, Names const &outputs, bool trust)
     : type(nodeType) {
-    engine::SingleNodePlan plan{type, toOptions(options), inputNames(type, inputs), outputNames(type, outputs),
-                                trust ? engine::Guard() : factsOf(type).guard};
+    engine::SingleNodePlan plan{type, toOptions(options), inputNames(type, inputs), outputNames(type, outputs), trust};
     node = withoutPython([&] { return std::make_unique<engine::SingleNode>(std::move(plan)); });
-    ports = portsOf(type, *node);
+    ports = portsOf(*node);
 }
 
 Node::~Node() {

@@ -10,8 +10,8 @@
 
 #include <pybind11/pybind11.h>
 
-#include "engine/SingleNode.h"
 #include "python/Values.h"
+#include "run/SingleNode.h"
 
 namespace zun::python {
 

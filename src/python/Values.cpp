@@ -13,7 +13,8 @@
 #include "containers/Mask.h"
 #include "containers/Mat.h"
 #include "containers/Rect.h"
-#include "engine/ValueTypes.h"
+#include "pipeline/TypeMismatch.h"
+#include "pipeline/types/ValueType.h"
 #include "python/Strings.h"
 
 namespace py = pybind11;
@@ -109,8 +110,8 @@ std::array<T, N> tupleOf(py::handle object, Site const &site, std::string const 
 }
 
 template <class T>
-constexpr char const *numbers() {
-    return std::is_floating_point_v<T> ? "numbers" : "ints of 32 bits";
+std::string numbers() {
+    return std::is_floating_point_v<T> ? "numbers" : "ints of " + std::to_string(8 * sizeof(T)) + " bits";
 }
 
 template <class T, int N>
@@ -131,7 +132,7 @@ struct Form<Vec<T, N>> {
 
 template <class T>
 struct Form<Rect<T>> {
-    static std::string words() { return std::string("a tuple (x, y, width, height) of ") + numbers<T>(); }
+    static std::string words() { return "a tuple (x, y, width, height) of " + numbers<T>(); }
     static Rect<T> from(py::handle object, Site const &site) {
         auto const [x, y, width, height] = tupleOf<T, 4>(object, site, words());
         return {x, y, width, height};
@@ -153,14 +154,12 @@ struct Element<Vec<T, N>> {
     static constexpr int channels = N;
 };
 
+/// NumPy's name of a type of numbers: "uint8", "float32".
 template <class Number>
-constexpr char const *numberName = nullptr;
-template <>
-constexpr char const *numberName<unsigned char> = "uint8";
-template <>
-constexpr char const *numberName<float> = "float32";
-template <>
-constexpr char const *numberName<int> = "int32";
+std::string numberName() {
+    char const *const kind = std::is_floating_point_v<Number> ? "float" : std::is_signed_v<Number> ? "int" : "uint";
+    return kind + std::to_string(8 * sizeof(Number));
+}
 
 /// Gives an array back from whichever thread drops the last frame on it.
 std::shared_ptr<void> keepAlive(py::array array) {
@@ -180,7 +179,7 @@ struct Form<Mat<T, N>> {
 
     static std::string words() {
         std::string const extents = N == 1 ? "N" : "H, W";
-        return std::string("a ") + numberName<Number> + " array of shape (" + extents +
+        return "a " + numberName<Number>() + " array of shape (" + extents +
                (channels > 0 ? ", " + std::to_string(channels) : "") + ")";
     }
 
@@ -220,6 +219,7 @@ struct Form<Mat<T, N>> {
 
     static py::object to(Frame const &frame, ReadOnlyMemory const &readOnly) {
         std::vector<py::ssize_t> shape(frame.shape.begin(), frame.shape.end());
+        if (!Contents<Frame>::sound(frame)) shape = {py::ssize_t(frame.count)}; // no array has such a shape
         if (channels > 0) shape.push_back(channels);
         if (frame.count == 0) return py::array_t<Number>(shape);
         py::capsule const keeper(new Frame(frame), [](void *kept) { delete static_cast<Frame *>(kept); });
@@ -284,22 +284,20 @@ py::object convertTo(Variant const &value, ReadOnlyMemory const &readOnly) {
     return Form<T>::to(static_cast<VariantType<T> const &>(value).value, readOnly);
 }
 
-template <class... Ts>
-std::map<engine::ValueType const *, Conversions> allConversions(engine::TypeList<Ts...>) {
-    std::vector<engine::ValueType> const &types = engine::valueTypes(); // in the order of the list
-    std::size_t index = 0;
-    return {{&types[index++], Conversions{convertFrom<Ts>, convertTo<Ts>}}...};
-}
-
-Conversions const *conversionsOf(engine::ValueType const *type) {
-    static auto const conversions = allConversions(engine::StreamTypes());
+/// The types of the table. What a plug-in brings beside them has no form in Python.
+Conversions const *conversionsOf(ValueType const *type) {
+    static auto const conversions = [] {
+        std::map<ValueType const *, Conversions> all;
+        forEachTableType([&]<class T>(std::type_identity<T>) { all[valueType<T>()] = {convertFrom<T>, convertTo<T>}; });
+        return all;
+    }();
     auto const found = conversions.find(type);
     return found == conversions.end() ? nullptr : &found->second;
 }
 
 /// A port of any type takes the frames.
 template <class... Frames>
-std::shared_ptr<Variant> fromAnyFrame(py::handle object, Site const &site, engine::TypeList<Frames...>) {
+std::shared_ptr<Variant> fromAnyFrame(py::handle object, Site const &site, std::tuple<Frames...> const *) {
     std::shared_ptr<Variant> value;
     auto const tryOne = [&](auto fits, auto convert) {
         if (value == nullptr && fits(object)) value = convert(object, site);
@@ -313,21 +311,26 @@ std::shared_ptr<Variant> fromAnyFrame(py::handle object, Site const &site, engin
     return value;
 }
 
-using FrameTypes = engine::TypeList<Mat<unsigned char, 2>, Mat<Vec3b, 2>, Mat<Vec4b, 2>, Mat<float, 2>, Mat<Vec3f, 2>,
-                                    Mat<Vec<int, 4>, 1>>;
+using FrameTypes =
+    std::tuple<Mat<unsigned char, 2>, Mat<Vec3b, 2>, Mat<Vec4b, 2>, Mat<float, 2>, Mat<Vec3f, 2>, Mat<Vec<int, 4>, 1>>;
 
 } // namespace
 
 std::shared_ptr<Variant> toValue(py::handle object, Port const &port, ReadOnlyMemory &readOnly) {
     Site const site{port, "", readOnly};
-    engine::ValueType const *const type = engine::valueTypeNamed(port.type);
-    if (type == nullptr) return fromAnyFrame(object, site, FrameTypes());
-    return conversionsOf(type)->from(object, site);
+    if (port.value == nullptr) return fromAnyFrame(object, site, static_cast<FrameTypes const *>(nullptr));
+    Conversions const *const conversions = conversionsOf(port.value);
+    if (conversions == nullptr)
+        throw py::type_error("input '" + port.name + "' takes " + port.type + ", a type that Python has no form for");
+    return conversions->from(object, site);
 }
 
 py::object toObject(Variant const &value, ReadOnlyMemory const &readOnly) {
-    Conversions const *const conversions = conversionsOf(engine::valueTypeOf(value));
-    if (conversions == nullptr) throw py::type_error("a value of a type that Python has no form for");
+    ValueType const *const type = valueTypeOf(value);
+    Conversions const *const conversions = conversionsOf(type);
+    if (conversions == nullptr)
+        throw py::type_error("a value of type " + (type != nullptr ? type->spelling : demangle(typeid(value))) +
+                             " has no form in Python");
     return conversions->to(value, readOnly);
 }
 

@@ -10,14 +10,16 @@
 #include <pybind11/pybind11.h>
 
 #include "containers/Variant.h"
+#include "pipeline/types/ValueType.h"
 
 namespace zun::python {
 
 /// An input port that an object is meant for.
 struct Port {
     std::string name;
-    std::string type;       ///< type expression, as the specification has it
-    bool drawnInto = false; ///< the node writes into the frame, and so into the caller's array
+    std::string type;                 ///< type expression, as the specification has it
+    ValueType const *value = nullptr; ///< null for any
+    bool drawnInto = false;           ///< the node writes into the frame, and so into the caller's array
 };
 
 /// The memory of the arrays in a call that Python may not write to: frames that come out of the call may share it.

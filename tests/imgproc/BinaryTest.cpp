@@ -26,21 +26,17 @@ std::vector<Grey> levels(Grey const &frame, int count, int least, int most, bool
 }
 
 TEST(Grey2BinarySequence, SpacesItsThresholdsInInts) {
-    struct {
-        int count, least, most;
-        std::vector<int> series;
-    } const cases[] = {
-        {5, 10, 200, {10, 57, 105, 152, 200}},
-        {4, 10, 0, {10, 7, 4, 0}},
-        {1, 7, 99, {7}},
-        {2, -5, 300, {-5, 300}},
-        {3, largest, smallest, {largest, largest, smallest}}, // the difference wraps to 1, the last sum around
-        {4, 0, largest, {0, 715827882, 0, 715827881}},        // products wrap to -2 and 2147483645
-        {0, 1, 2, {}},
-    };
+    using Row = std::tuple<int, int, int, std::vector<int>>;
     Grey const all({1, 256});
     std::iota(all.first(), all.first() + 256, static_cast<unsigned char>(0));
-    for (auto const &[count, least, most, series] : cases) {
+    for (auto const &[count, least, most, series] :
+         {Row{5, 10, 200, {10, 57, 105, 152, 200}},
+          {4, 10, 0, {10, 7, 4, 0}},
+          {1, 7, 99, {7}},
+          {2, -5, 300, {-5, 300}},
+          {3, largest, smallest, {largest, largest, smallest}}, // the difference wraps to 1, the last sum around
+          {4, 0, largest, {0, 715827882, 0, 715827881}},        // products wrap to -2 and 2147483645
+          {0, 1, 2, {}}}) {
         std::vector<Grey> const both = levels(all, count, least, most, true, true);
         ASSERT_EQ(both.size(), 2 * series.size());
         for (std::size_t i = 0; i < both.size(); i++) {
@@ -106,26 +102,20 @@ TEST(ApplyHomogenousMorphology, RefusesOtherValuesAtTheTick) {
 char const *const dominated = "BinaryDominatedRowColRemover";
 
 TEST(BinaryDominatedRowColRemover, OverwritesLinesByTheirFractionOfForeground) {
-    struct {
-        Bytes line;
-        float threshold;
-        bool inverted;
-        Bytes result;
-    } const cases[] = {
-        {{1, 1, 1, 0}, .75f, false, {0, 0, 0, 0}},
-        {{1, 1, 1, 0}, .76f, false, {1, 1, 1, 0}},
-        {{0, 0, 0, 1}, .75f, true, {1, 1, 1, 1}},
-        {{0, 0, 1, 1}, .75f, true, {0, 0, 1, 1}},
-        {{0, 0, 0, 0}, 0, false, {0, 0, 0, 0}},
-        {{0, 1, 0, 0}, -1, true, {1, 1, 1, 1}},
-        {{1, 1, 1, 1}, 1.1f, false, {1, 1, 1, 1}},
-        {{1, 0, 0, 0}, nan, false, {0, 0, 0, 0}},
-        {{255, 0, 0, 0}, 60, false, {0, 0, 0, 0}},
-        {{255, 0, 0, 0}, -62.7f, true, {255, 0, 0, 0}}, // (4 - 255) / 4 is -62.75
-        {{255, 0, 0, 0}, -62.8f, true, {1, 1, 1, 1}},
-        {{1, 0, 1, 0}, infinity, false, {1, 0, 1, 0}},
-    };
-    for (auto const &[line, threshold, inverted, result] : cases) {
+    using Row = std::tuple<Bytes, float, bool, Bytes>;
+    for (auto const &[line, threshold, inverted, result] :
+         {Row{{1, 1, 1, 0}, .75f, false, {0, 0, 0, 0}},
+          {{1, 1, 1, 0}, .76f, false, {1, 1, 1, 0}},
+          {{0, 0, 0, 1}, .75f, true, {1, 1, 1, 1}},
+          {{0, 0, 1, 1}, .75f, true, {0, 0, 1, 1}},
+          {{0, 0, 0, 0}, 0, false, {0, 0, 0, 0}},
+          {{0, 1, 0, 0}, -1, true, {1, 1, 1, 1}},
+          {{1, 1, 1, 1}, 1.1f, false, {1, 1, 1, 1}},
+          {{1, 0, 0, 0}, nan, false, {0, 0, 0, 0}},
+          {{255, 0, 0, 0}, 60, false, {0, 0, 0, 0}},
+          {{255, 0, 0, 0}, -62.7f, true, {255, 0, 0, 0}}, // (4 - 255) / 4 is -62.75
+          {{255, 0, 0, 0}, -62.8f, true, {1, 1, 1, 1}},
+          {{1, 0, 1, 0}, infinity, false, {1, 0, 1, 0}}}) {
         Options options{{"threshold", threshold}, {"inverted", inverted}};
         EXPECT_EQ(elements(filtered(dominated, options, frameOf({1, 4}, line))), result) << threshold;
         options["horizontal"] = Option(false);
@@ -150,25 +140,20 @@ TEST(BinaryDominatedRowColRemover, TreatsColumnsAsItDoesRows) {
 TEST(BinaryLongLineRemover, CountsTheRunsLengthInWholePixels) {
     Bytes const run(10, 1), tattered{7, 1, 1, 7, 7, 0, 7, 1, 7, 7};
     Bytes const allButBeforeRuns{7, 0, 0, 0, 0, 0, 7, 0, 0, 0};
-    struct {
-        float threshold;
-        bool inverted;
-        Bytes in, out;
-    } const cases[] = {
-        {.25f, false, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}}, // at least 2
-        {.35f, false, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}}, // at least 3
-        {.35f, true, {1, 0, 0, 1, 0, 0, 0, 5, 0, 0}, {1, 0, 0, 1, 1, 1, 1, 5, 0, 0}},
-        {.05f, false, tattered, allButBeforeRuns},  // at least none
-        {1e30f, false, tattered, allButBeforeRuns}, // what no int holds is the smallest
-        {infinity, false, tattered, allButBeforeRuns},
-        {nan, false, tattered, tattered},
-        {0, false, run, run},
-        {-1, false, run, run},
-        {1, false, run, Bytes(10, 0)},
-        {1.1f, false, run, run},
-        {1, false, {}, {}},
-    };
-    for (auto const &[threshold, inverted, in, out] : cases) {
+    using Row = std::tuple<float, bool, Bytes, Bytes>;
+    for (auto const &[threshold, inverted, in, out] :
+         {Row{.25f, false, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}}, // at least 2
+          {.35f, false, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}},    // at least 3
+          {.35f, true, {1, 0, 0, 1, 0, 0, 0, 5, 0, 0}, {1, 0, 0, 1, 1, 1, 1, 5, 0, 0}},
+          {.05f, false, tattered, allButBeforeRuns},  // at least none
+          {1e30f, false, tattered, allButBeforeRuns}, // what no int holds is the smallest
+          {infinity, false, tattered, allButBeforeRuns},
+          {nan, false, tattered, tattered},
+          {0, false, run, run},
+          {-1, false, run, run},
+          {1, false, run, Bytes(10, 0)},
+          {1.1f, false, run, run},
+          {1, false, {}, {}}}) {
         auto const length = std::uint32_t(in.size());
         auto const erased = [&, t = threshold, i = inverted](char const *option, Grey const &frame) {
             return elements(filtered("BinaryLongLineRemover", {{option, t}, {"inverted", i}}, frame));
@@ -184,6 +169,57 @@ TEST(BinaryLongLineRemover, LooksForBothDirectionsInTheFrameThatCameIn) {
     EXPECT_EQ(elements(filtered("BinaryLongLineRemover", {{"thresholdX", .75}, {"thresholdY", .7}}, frame)),
               (Bytes{0, 0, 0, 0, /**/ 0, 0, 0, 0, /**/ 0, 0, 1, 0}));
     EXPECT_EQ(elements(frame), elements(in)) << "the input is not changed";
+}
+
+using Byte = unsigned char;
+
+TEST(ApplyHomogenousMorphology, GuardsAgainstElementsThatReachOffTheFrame) {
+    auto const element = [](int sizeX, int originX, int sizeY, int originY, Shape<2> const &frame, char const *message,
+                            int value = 1, std::optional<std::uint32_t> pitch = std::nullopt) {
+        Options const options{{"elementSizeX", sizeX}, {"originX", originX},    {"elementSizeY", sizeY},
+                              {"originY", originY},    {"elementValue", value}, {"invert", false}};
+        return guarded<Byte>(options, frame, message, pitch);
+    };
+    expectGuarded("ApplyHomogenousMorphology",
+                  {element(1, 0, 2, 1, {4, 1}, ""), element(3, 0, 3, 2, {2, 2}, ""), // one more than the frame has
+                   element(4, 0, 2, 1, {4, 2}, "elementSizeX is 4 on a frame of 2 columns"),
+                   element(2, 1, 3, 1, {1, 4}, "elementSizeY is 3 on a frame of 1 rows"),
+                   element(largest, 0, 2, 1, {4, 5}, "elementSizeX is 2147483647 on a frame of 5 columns"),
+                   element(1, 1, 2, 1, {4, 5}, "originX is 1 with an elementSizeX of 1;"),
+                   element(2, 1, 3, -1, {4, 5}, "originY is -1 with"),
+                   element(0, 0, 2, 1, {4, 5}, "elementSizeX is 0;"),
+                   element(2, 1, smallest, smallest, {4, 5}, "elementSizeY is -2147483648;"),
+                   element(0, -1, 0, 9, {0, 4}, ""),      // nothing to compare
+                   element(0, 0, 2, 1, {4, 4}, "", 2),    // the node's own to refuse
+                   element(2, 1, 2, 1, {4, 6}, "", 1, 7), // a square takes the frame as dense
+                   element(2, 1, 3, 1, {4, 6}, "rows 7 bytes apart, which leads out of its memory", 1, 7)});
+}
+
+TEST(BinaryLongLineRemover, GuardsAgainstStridesThatLeadColumnsOutOfTheFrame) {
+    Options const alongRows{{"thresholdX", .5}}, alongColumns{{"thresholdY", .5}};
+    expectGuarded("BinaryLongLineRemover",
+                  {guarded<Byte>(alongRows, {4, 6}, "", 7), guarded<Byte>(alongColumns, {4, 6}, ""),
+                   guarded<Byte>(alongColumns, {4, 6}, "rows 7 bytes apart", 7)});
+}
+
+TEST(Grey2BinarySequence, GuardsAgainstListsThatDontFitInMemory) {
+    std::vector<Guarded> cases;
+    for (auto const &[count, both, message] : {std::tuple{4000, false, ""},
+                                               {4096, false, "binThresholdCount is 4096"},
+                                               {2000, true, ""},
+                                               {2048, true, "binThresholdCount is 2048"},
+                                               {1 << 30, false, "binThresholdCount is 1073741824"},
+                                               {1 << 30, true, ""},
+                                               {-1, true, ""},
+                                               {-1 << 30, true, ""},
+                                               {-1 - (1 << 30), true, "takes 2147483646 frames"}})
+        cases.push_back(guarded<Byte>({{"binThresholdCount", count},
+                                       {"inverted", true},
+                                       {"noninverted", both},
+                                       {"binThresholdMin", 0},
+                                       {"binThresholdMax", 0}},
+                                      {1024, 1024}, message));
+    expectGuarded("Grey2BinarySequence", cases);
 }
 
 } // namespace

@@ -92,5 +92,19 @@ TEST(FindContours, WritesConnectedOutputsAloneAndEmptyListsForNothing) {
         EXPECT_TRUE(held<std::vector<int>>(findContours(empty, {"area"}).at("area")).empty());
 }
 
+TEST(FindContours, GuardsAgainstFramesWhoseLabelsDoNotFitInMemory) {
+    std::vector<Guarded> cases;
+    for (auto const &[rows, columns, message] :
+         {std::tuple{0u, 0u, ""},
+          {0u, (1u << 29) - 2, ""}, // two rows of border
+          {0u, (1u << 29) - 1, "0 rows and 536870911 columns"},
+          {(1u << 29) - 1, 0u, "536870911 rows and 0 columns"},
+          {0u, 0xfffffffe, "4294967294 columns"}, // with the border, sides and count wrap
+          {0xffffffff, 0u, "4294967295 rows"},
+          {65536u, 65535u, "65536 rows"}})
+        cases.push_back(guarded<unsigned char>({}, {rows, columns}, message));
+    expectGuarded("FindContours", cases);
+}
+
 } // namespace
 } // namespace zun::test

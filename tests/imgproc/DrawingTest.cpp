@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 
 #include "ImgprocNode.h"
 #include "support/TemporaryFolder.h"
@@ -13,16 +15,16 @@ Frame drawn(Options const &options, Frame const &frame, Points const &points) {
 }
 
 TEST(DrawPoints, ReadsColourStrings) {
-    struct {
-        char const *text;
-        Vec3b colour;
-    } const cases[] = {
-        {"#ff00ff", {255, 0, 255}},     {"0xff00FF", {255, 0, 255}},   {"FF00FF", {255, 0, 255}},
-        {"123456", {0x12, 0x34, 0x56}}, {"12G456", {0, 0, 0x12}}, // read up to the first character that is no digit
-        {"00x123", {0, 0, 0}},          {"0x0x1234", {0, 0x12, 0x34}}, // one prefix is taken off, the other read over
-        {"#0xFF00", {0, 0xFF, 0}},      {"      ", {0, 0, 0}},
-    };
-    for (auto const &[text, colour] : cases)
+    using Row = std::tuple<char const *, Vec3b>;
+    for (auto const &[text, colour] : {Row{"#ff00ff", {255, 0, 255}},
+                                       {"0xff00FF", {255, 0, 255}},
+                                       {"FF00FF", {255, 0, 255}},
+                                       {"123456", {0x12, 0x34, 0x56}},
+                                       {"12G456", {0, 0, 0x12}}, // read up to the first character that is not a digit
+                                       {"00x123", {0, 0, 0}},
+                                       {"0x0x1234", {0, 0x12, 0x34}}, // one prefix is taken off, the other read over
+                                       {"#0xFF00", {0, 0xFF, 0}},
+                                       {"      ", {0, 0, 0}}})
         EXPECT_EQ(drawn({{"colour", text}}, Frame({1, 1}), {{0, 0}}).first()[0], colour) << text;
     EXPECT_EQ(drawn({}, Frame({1, 1}), {{0, 0}}).first()[0], (Vec3b{255, 0, 255})) << "the default";
 }
@@ -43,18 +45,14 @@ TEST(DrawPoints, RefusesColourStringsOfAnotherLengthAtTheTick) {
 TEST(DrawPoints, SetsRowFirstPixelsOfACopy) {
     std::mt19937 random(2);
     Frame const frame = randomFrame<Vec3b>(4, 5, random), before = frame.clone();
-    struct {
-        Points points;
-        std::vector<std::uint32_t> set; // flat indices
-    } const cases[] = {
-        {{}, {}},
-        {{{2.9f, 3.9f}}, {13}},
-        {{{-0.9f, -0.9f}}, {0}},
-        {{{1, 5}}, {10}},     // past the last column: the next row
-        {{{0, 19.5f}}, {19}}, // and further
-        {{{3, 4}, {0, 0}, {3, 4}}, {19, 0}},
-    };
-    for (auto const &[points, set] : cases) {
+    // Points, and the flat indices that they set.
+    using Row = std::tuple<Points, std::vector<std::uint32_t>>;
+    for (auto const &[points, set] : {Row{{}, {}},
+                                      {{{2.9f, 3.9f}}, {13}},
+                                      {{{-0.9f, -0.9f}}, {0}},
+                                      {{{1, 5}}, {10}},     // past the last column: the next row
+                                      {{{0, 19.5f}}, {19}}, // and further
+                                      {{{3, 4}, {0, 0}, {3, 4}}, {19, 0}}}) {
         Frame const result = drawn({}, frame, points), expected = frame.clone();
         for (std::uint32_t const i : set) expected.first()[i] = {255, 0, 255};
         EXPECT_EQ(elements(result), elements(expected));
@@ -196,18 +194,14 @@ TEST(DrawBoxes, WalksRowsByTheStridesOfTheFrame) {
 }
 
 TEST(DrawBoxes, FailsUnclampedForABoxOfAnotherAreaThanItsPartInTheFrame) {
-    struct {
-        Box box;             // in a frame of 100 columns and 50 rows
-        std::string corners; // in the message; empty if it passes
-    } const cases[] = {
-        {{0, 0, 100, 50}, ""},
-        {{0.4f, -0.4f, 99.6f, 50}, ""},
-        {{-200, 0, 0, 7}, ""},
-        {{0, 0, 100.5f, 50}, "(0, 0, 101, 50)"},
-        {{-2.5f, 3, 10, 10}, "(-3, 3, 7, 13)"},
-        {{5, 1, 1e20f, 7}, "(5, 1, -2147483643, 8)"},
-    };
-    for (auto const &[box, corners] : cases) {
+    // A box in a frame of 100 columns and 50 rows, and its corners in the message; empty if it passes.
+    using Row = std::tuple<Box, std::string>;
+    for (auto const &[box, corners] : {Row{{0, 0, 100, 50}, ""},
+                                       {{0.4f, -0.4f, 99.6f, 50}, ""},
+                                       {{-200, 0, 0, 7}, ""},
+                                       {{0, 0, 100.5f, 50}, "(0, 0, 101, 50)"},
+                                       {{-2.5f, 3, 10, 10}, "(-3, 3, 7, 13)"},
+                                       {{5, 1, 1e20f, 7}, "(5, 1, -2147483643, 8)"}}) {
         auto const run = [boxes = Boxes{{1, 1, 2, 2}, box}] { draw(Frame({50, 100}), boxes, {{"clamp", false}}); };
         if (corners.empty())
             EXPECT_EQ(messageOf(run), "no failure");
@@ -224,6 +218,77 @@ TEST(DrawBoxes, LabelsTheCutCornerWithCrossedOffsets) {
         {"size", 20}, {"colour", "FFFFFF"}, {"lineThickness", 0}, {"textOffsetX", 5}, {"textOffsetY", 11}};
     draw(frame, {{-9, 2, 20, 90}}, options, {"Ag"});
     EXPECT_EQ(elements(frame), coverage("Ag", {2 + 5, 0 + 11}));
+}
+
+TEST(DrawPoints, GuardsAgainstPointsOutsideTheFrame) {
+    auto const marked = [](Points const &points, char const *message, std::uint32_t rows = 10) -> Guarded {
+        return {{}, {{"image", valueOf(blank<Vec3b>(rows, 20))}, {"points", valueOf(points)}}, "points", message};
+    };
+    expectGuarded("DrawPoints",
+                  {marked({}, ""), marked({}, "", 0), marked({{0, 0}, {9, 19}, {9.9f, 19.9f}, {-0.9f, -0.9f}}, ""),
+                   marked({{0, 20}, {8, 39}, {0, 199}}, ""), // on the next rows
+                   marked({{9, 20}}, "point 0 (row 9, column 20) lies outside the frame of 10 rows and 20 columns"),
+                   marked({{0, 0}, {10, 0}}, "point 1 (row 10, "), marked({{0, 0}, {0, 200}}, "point 1 (row 0, "),
+                   marked({{5, -1}}, "point 0"), // not the row above: a column of 2^32 - 1
+                   marked({{-1, 0}}, "point 0"), marked({{nan, 0}}, "point 0"), marked({{0, -infinity}}, "point 0"),
+                   marked({{214748368.0f, 0}}, "point 0"), // row * columns would wrap into the frame
+                   marked({{0, 0}}, "point 0", 0)});
+}
+TEST(DrawText, GuardsAgainstAStringWithoutALocation) {
+    auto const written = [](std::size_t strings, std::size_t locations, char const *colour, char const *message) {
+        Values const values{{"strings", valueOf(Strings(strings))}, {"locations", valueOf(Points(locations))}};
+        return Guarded{{{"colour", colour}}, values, "locations", message};
+    };
+    expectGuarded("DrawText",
+                  {written(0, 0, "#123456", ""), written(2, 3, "#123456", ""),
+                   written(3, 2, "#123456", "string 2 has no location: there are 3 strings and 2 locations"),
+                   written(3, 2, "#12345", ""),           // the node fails for the colour before that
+                   written(3, 0, "#12345", "string 0")}); // but only after it read a location
+}
+
+TEST(DrawBoxes, GuardsAgainstWhatLeadsOutOfTheFrameOrTheTexts) {
+    constexpr float far = 2147483520; // 2^31 - 128
+    Boxes const odd{{0, 0, 5, 5}, {-9, -9, 99, 99}, {40, 40, 2, 2}, {nan, nan, nan, nan}};
+    Options const filled{{"filled", true}}, unclamped{{"filled", true}, {"clamp", false}};
+    /// On a frame of 10 rows and 20 columns.
+    auto const boxed = [](Boxes const &boxes, Options const &options, std::string const &message,
+                          std::size_t labels = 4) {
+        Values const values{
+            {"frames", valueOf(blank<Vec3b>(10, 20))}, {"boxes", valueOf(boxes)}, {"text", valueOf(Strings(labels))}};
+        return Guarded{options, values, labels < boxes.size() ? "text" : "boxes", message};
+    };
+    auto const outlined = [&](Box const &box, int thickness, char const *message) {
+        return boxed({box}, {{"lineThickness", thickness}}, message);
+    };
+    expectGuarded(
+        "DrawBoxes",
+        {boxed(odd, filled, ""), boxed(odd, {{"lineThickness", 1000}}, ""),
+         boxed({{-2147483648.0f, 0, -far, 5}}, filled, ""), // its right side wraps to column 128
+         boxed({{1, 1, 2, 2}, {far, 0, 200, 5}}, filled, "box 1 (x 2.14748e+09, y 0, width 200, height 5) leads out"),
+         boxed({{0, far, 5, 200}}, filled, "box 0 "),
+         boxed({{far, 0, 200, 5}}, unclamped, "box 0 "),                          // of the same area as its part
+         boxed({{0, 0, 99, 5}, {far, 0, 200, 5}}, unclamped, ""),                 // the node's own failure
+         boxed({{far, 0, 200, 5}}, {{"filled", true}, {"colour", "#12345"}}, ""), // likewise
+         outlined({0, 0, 5, 5}, -largest, ""),                                    // top and bottom have no rows
+         outlined({0, 1, 5, 5}, -largest, "box 0 "),                              // the top band wraps
+         outlined({1, 1, 5, 5}, smallest, ""), outlined({0, 0, 9, 9}, largest - 9, ""),
+         outlined({0, 0, 5, 5}, largest, "box 0 "), // the right band wraps
+         boxed({{0, 0, 1, 1}, {1, 1, 1, 1}}, {}, "box 1 (x 1, y 1, width 1, height 1) has no text: there are 2 ", 1),
+         boxed({{0, 0, 1, 1}, {1, 1, 99, 1}}, {{"clamp", false}}, "", 1)}); // fails before it reads the label
+}
+
+TEST(FontFace, IsClosedWithItsNode) {
+    auto const isMapped = [] {
+        std::ifstream maps("/proc/self/maps");
+        return std::string(std::istreambuf_iterator<char>(maps), {}).find("OpenSans-Regular.ttf") != std::string::npos;
+    };
+    for (char const *type : {"DrawText", "DrawBoxes"}) {
+        {
+            OneNode const node = nodeOf(type);
+            EXPECT_TRUE(isMapped());
+        }
+        EXPECT_FALSE(isMapped()) << type;
+    }
 }
 
 } // namespace

@@ -5,9 +5,11 @@
 #include <initializer_list>
 #include <limits>
 #include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -97,6 +99,50 @@ std::string lengthErrorOf(Action const &action) {
         return failure.what();
     }
     return "";
+}
+
+/// What the guard of a node says of values, which are named by port.
+inline std::optional<Diagnostic> refusal(OneNode const &node, Values const &inputs) {
+    NodeFacts const &facts = NodeRegistry::find(node.config.getType())->facts;
+    std::vector<Variant const *> byPort;
+    for (NodeFacts::Input const &input : facts.inputs)
+        byPort.push_back(inputs.contains(input.name) ? inputs.at(input.name).get() : nullptr);
+    return facts.guard(*node.node, TickInputs(0, byPort.data()));
+}
+
+/// What a guard has to say: at which port, and a part of its message; no message if the values are to pass.
+struct Guarded {
+    Options options;
+    Values inputs;
+    std::string port, message;
+};
+
+inline void expectGuarded(std::string const &type, std::vector<Guarded> const &cases) {
+    for (Guarded const &expected : cases) {
+        SCOPED_TRACE(type + ", case " + std::to_string(&expected - cases.data()) + ": " + expected.message);
+        auto const given = refusal(nodeOf(type, expected.options), expected.inputs);
+        ASSERT_EQ(given.has_value(), !expected.message.empty()) << (given ? given->message : "not refused");
+        if (!given) continue;
+        EXPECT_EQ(given->port, expected.port);
+        EXPECT_NE(given->message.find(expected.message), std::string::npos) << given->message;
+    }
+}
+
+/// A frame without memory: guards look at no pixel.
+template <class T>
+Mat<T, 2> blank(std::uint32_t rows, std::uint32_t columns, std::optional<std::uint32_t> pitch = std::nullopt) {
+    Mat<T, 2> frame;
+    frame.shape = {rows, columns};
+    frame.strides = {pitch.value_or(columns), 1};
+    frame.count = rows * columns;
+    return frame;
+}
+
+/// For a node that is given a frame without memory at its port "input".
+template <class T>
+Guarded guarded(Options const &options, Shape<2> const &shape, std::string const &message,
+                std::optional<std::uint32_t> pitch = std::nullopt) {
+    return {options, {{"input", valueOf(blank<T>(shape[0], shape[1], pitch))}}, "input", message};
 }
 
 } // namespace zun::test

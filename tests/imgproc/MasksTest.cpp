@@ -18,26 +18,23 @@ Picture pictureOf(Grey const &mask) {
 }
 
 TEST(MaskFactory, MakesMasksOfTheRoundedSizes) {
-    struct {
-        Box box;
-        int shape;
-        Rect<int> rectangle;
-        Picture picture;
-    } const cases[] = {
-        {{-7, 9, 3, 2}, 0, {-7, 9, 3, 2}, {"###", "###"}},
-        {{0.5f, -0.5f, 0.5f, 1.4f}, 0, {1, -1, 1, 1}, {"#"}},
-        {{0, 0, 3, 3}, 1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
-        {{0, 0, 3, 3}, -1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
-        {{0, 0, 10, 2}, 1, {0, 0, 10, 2}, {"..........", ".#########"}},
-        {{0, 0, 4, 1}, 1, {0, 0, 4, 1}, {"...."}},
-        {{0, 0, 4, 1}, 0, {0, 0, 4, 1}, {"####"}},
-        {{0, 0, 1, 4}, 2, {0, 0, 1, 4}, {".", "#", "#", "#"}},
-        {{0, 0, 8, 6}, 1, {0, 0, 8, 6}, {"........", "..#####.", ".#######", ".#######", ".#######", "..#####."}},
-        {{5, 6, 0.4f, 8}, 1, {5, 6, 0, 8}, {}},
-        {{5, 6, 8, -0.4f}, 0, {5, 6, 8, 0}, {}},
-        {{5, 6, 0, nan}, 1, {5, 6, 0, smallest}, {}},
-    };
-    for (auto const &[box, shape, rectangle, picture] : cases) {
+    using Row = std::tuple<Box, int, Rect<int>, Picture>;
+    for (auto const &[box, shape, rectangle, picture] :
+         {Row{{-7, 9, 3, 2}, 0, {-7, 9, 3, 2}, {"###", "###"}},
+          {{0.5f, -0.5f, 0.5f, 1.4f}, 0, {1, -1, 1, 1}, {"#"}},
+          {{0, 0, 3, 3}, 1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
+          {{0, 0, 3, 3}, -1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
+          {{0, 0, 10, 2}, 1, {0, 0, 10, 2}, {"..........", ".#########"}},
+          {{0, 0, 4, 1}, 1, {0, 0, 4, 1}, {"...."}},
+          {{0, 0, 4, 1}, 0, {0, 0, 4, 1}, {"####"}},
+          {{0, 0, 1, 4}, 2, {0, 0, 1, 4}, {".", "#", "#", "#"}},
+          {{0, 0, 8, 6}, 1, {0, 0, 8, 6}, {"........", "..#####.", ".#######", ".#######", ".#######", "..#####."}},
+          {{5, 6, 0.4f, 8}, 1, {5, 6, 0, 8}, {}},
+          {{5, 6, 8, -0.4f}, 0, {5, 6, 8, 0}, {}},
+          {{5, 6, 0, nan}, 1, {5, 6, 0, smallest}, {}},
+          {{5, 6, -2, -3}, 0, {5, 6, -2, -3}, {"######"}}, // signs cancel, and rows are longer than all of it
+          {{5, 6, -2, -3}, 1, {5, 6, -2, -3}, {"......"}},
+          {{0, 0, 65537, 65537}, 0, {0, 0, 65537, 65537}, {std::string(65537, '#'), std::string(65536, '#')}}}) {
         Values const inputs{{"rectangles", valueOf(std::vector<Box>{{0, 0, 1, 1}, box})}};
         Masks const masks = run<Masks>("MaskFactory", {{"maskShape", shape}}, inputs, "masks");
         ASSERT_EQ(masks.size(), 2u);
@@ -54,8 +51,7 @@ TEST(EllipseMask, BlackensWhatLiesOutsideOfALargerEllipse) {
         {{3, 3}, {"###", "###", "###"}},
         {{2, 10}, {".....#....", "##########"}},
         {{6, 8}, {"....#...", "..#####.", ".#######", "########", ".#######", "..#####."}},
-        {{7, 4}, {".###", ".###", ".###", "####", ".###", ".###", ".###"}},
-    };
+        {{7, 4}, {".###", ".###", ".###", "####", ".###", ".###", ".###"}}};
     std::mt19937 random(2);
     for (auto const &[shape, picture] : pictures) {
         Frame const frame = randomFrame<Vec3b>(shape[0], shape[1], random), before = frame.clone();
@@ -97,8 +93,7 @@ TEST(ApplyMask, PastesIntoTheFrameItReads) {
         {{square, corner}, {numbers, wide}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 14}},
         {{corner, square, nothing}, {numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 12}},
         {{square}, {wide, numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 0}}, // the later one lies above
-        {{beginning, square}, {numbers, wide}, false, {0, 0, 0, 0, 0, 1, 2, 0, 0, 3, 4, 0}},
-    };
+        {{beginning, square}, {numbers, wide}, false, {0, 0, 0, 0, 0, 1, 2, 0, 0, 3, 4, 0}}};
     for (auto const &[masks, sources, fullSize, expected] : cases) {
         Frame const target({3, 4}, {}), result = apply(masks, sources, target, fullSize);
         EXPECT_EQ(result.first(), target.first());
@@ -123,5 +118,67 @@ TEST(ApplyMask, PairsListsOfOneOrOfEqualLengthOnly) {
     EXPECT_EQ(target.first()[0], (Vec3b{9, 9, 9}));
 }
 
+TEST(MaskFactory, GuardsAgainstMasksThatDontFitInMemory) {
+    auto const made = [](int shape, Box const &first, Box const &second, char const *message) -> Guarded {
+        return {
+            {{"maskShape", shape}}, {{"rectangles", valueOf(std::vector<Box>{first, second})}}, "rectangles", message};
+    };
+    Box const one{0, 0, 1, 1}, half{0, 0, 65536, 40000}, nearlyAll{0, 0, -5, 3}, wrapping{0, 0, 65536, 65536};
+    expectGuarded(
+        "MaskFactory",
+        {made(1, {-9, -9, 3, 3}, {nan, nan, 3, 3}, ""), made(1, one, {0, 0, 0, nan}, ""),
+         made(1, one, {0, 0, -5, .4f}, ""), made(1, one, {0, 0, 65536, 65535}, ""), made(0, one, wrapping, ""),
+         made(1, one, wrapping, "box 1, rounded to (x 0, y 0, width 65536, height 65536), is larger than any mask"),
+         made(1, one, {0, 0, -5, -3}, ""), made(1, one, nearlyAll, ""), made(0, one, {0, 0, nan, 1}, ""),
+         made(0, nearlyAll, {0, 0, 5, 3.4f}, ""), // 4 GiB exactly
+         made(0, nearlyAll, {0, 0, 4, 4}, "box 1, rounded to (x 0, y 0, width 4, height 4), makes a mask of 16 bytes"),
+         made(1, half, half, "bytes and brings the masks to more than 4 GiB")});
+}
+
+TEST(ApplyMask, GuardsAgainstMasksThatLeaveTheMemoryOfAFrame) {
+    /// For a second mask and a second source, on a target of 4 rows and 6 columns.
+    auto const masked = [](bool fullSize, Rect<int> const &rectangle, Shape<2> const &mask, Shape<2> const &source,
+                           std::string const &message, std::uint32_t targetPitch = 6) -> Guarded {
+        Masks const masks{{{0, 0, 1, 1}, blank<unsigned char>(1, 1)},
+                          {rectangle, blank<unsigned char>(mask[0], mask[1])}};
+        return {{{"fullSize", fullSize}},
+                {{"masks", valueOf(masks)},
+                 {"sourceFrames", valueOf(Frames{blank<Vec3b>(9, 9), blank<Vec3b>(source[0], source[1])})},
+                 {"targetFrames", valueOf(blank<Vec3b>(4, 6, targetPitch))}},
+                message.starts_with("source") ? "sourceFrames" : "masks",
+                message};
+    };
+    Guarded odd = masked(true, {90, 0, 1, 1}, {1, 1}, {9, 9}, "");
+    odd.inputs["sourceFrames"] = valueOf(Frames(3)); // the node's own to refuse
+    std::vector<Guarded> cases{
+        odd,
+        masked(true, {1, 1, 3, 2}, {2, 3}, {3, 3}, "source frame 1 of 3 rows and 3 columns is too small: mask 1"),
+        masked(false, {1, 1, 3, 2}, {2, 3}, {3, 3}, ""),
+        masked(true, {0, 0, 3, 2}, {2, 3}, {1, 6}, "source frame 1"),
+        masked(false, {0, 0, 3, 2}, {2, 3}, {1, 6}, ""),
+        masked(false, {0, 0, 3, 2}, {2, 3}, {1, 5}, "source frame 1 of 1 rows and 5 columns has fewer pixels")};
+    for (bool const full : {true, false}) {
+        auto const onTarget = [&](Rect<int> const &rectangle, Shape<2> const &mask, char const *message,
+                                  std::uint32_t pitch = 6) {
+            return masked(full, rectangle, mask, {9, 9}, message, pitch);
+        };
+        cases.insert(cases.end(),
+                     {onTarget({0, 0, 6, 4}, {4, 6}, ""),
+                      onTarget({1, 2, 3, 2}, {1, 4}, ""), // fewer elements than the rectangle
+                      onTarget({1, 0, 6, 4}, {4, 6}, "leaves the target frame of 4 rows and 6 columns"),
+                      onTarget({0, 1, 6, 4}, {4, 6}, "mask 1 (x 0, y 1, width 6, height 4) leaves"),
+                      onTarget({-1, 1, 2, 2}, {2, 2}, ""), // from the end of the row above
+                      onTarget({0, -1, 2, 2}, {2, 2}, "leaves"), onTarget({largest, 0, 1, 1}, {1, 1}, "leaves"),
+                      onTarget({smallest, smallest, 1, 1}, {1, 1}, "leaves"),
+                      onTarget({0, 0, 3, 2}, {7, 1}, "mask 1 (x 0, y 0, width 3, height 2) has 7 elements"),
+                      onTarget({0, 0, -4, -6}, {4, 6}, ""), // a row without an end
+                      onTarget({1, 0, -4, -6}, {4, 6}, "leaves"), onTarget({23, 0, 0, 4}, {1, 1}, ""),
+                      onTarget({0, 0, 7, 1}, {1, 7}, ""),
+                      onTarget({0, 0, 7, 2}, {1, 8}, "leaves"), // the way from row to row wraps
+                      onTarget({-50, 90, -3, 0}, {0, 3}, ""),   // no element: nothing is pasted
+                      onTarget({0, 0, 6, 4}, {4, 6}, "leaves", 7)});
+    }
+    expectGuarded("ApplyMask", cases);
+}
 } // namespace
 } // namespace zun::test

@@ -64,6 +64,27 @@ TEST(Plugin, SpecifiesItsTypesLetterByLetterInTheOrderOfTheirRegistration) {
     EXPECT_TRUE(NodeRegistry::takeConflicts().empty());
 }
 
+TEST(Plugin, KnowsWhatItsNodesChangeAndWhoseShapeTheyKeep) {
+    loadLibrary(ZUN_IMGPROC);
+    auto const facts = [](char const *type) { return NodeRegistry::find(type)->facts; };
+    EXPECT_TRUE(facts("ApplyMask").findInput("targetFrames")->changedInPlace);
+    EXPECT_FALSE(facts("DrawPoints").findInput("image")->changedInPlace);
+    EXPECT_EQ(facts("ApplyMask").findOutput("maskedFrames")->shapedLike, "targetFrames");
+    EXPECT_EQ(facts("ConvertColour").findOutput("Grey")->shapedLike, connectedInput);
+}
+
+TEST(Plugin, GuardsAgainstFramesThatHoldLessThanTheySay) {
+    Frame const colour = blank<Vec3b>(0xffffffff, 0xffffffff), sound({1, 1});
+    char const *const message = "the frame says to have 4294967295 rows and 4294967295 columns but holds 1 element;";
+    expectGuarded("NegativeImage", {{{}, {{"input", valueOf(colour)}}, "input", message}});
+    expectGuarded("ResizeImage", {{{}, {{"input", valueOf(colour)}}, "input", message}});
+    expectGuarded("ApplyMask",
+                  {{{}, {{"sourceFrames", valueOf(std::vector{sound, colour})}}, "sourceFrames", message}});
+    expectGuarded("CropAny", {{{}, {{"image", valueOf(colour)}}, "image", message}});
+    expectGuarded("EllipseMask", {{{}, {{"input", valueOf(blank<Vec3b>(65536, 65536))}}, "input", "holds 0 elements"}});
+    for (auto const *entry : NodeRegistry::entries()) EXPECT_NE(entry->facts.guard, nullptr) << entry->type;
+}
+
 TEST(Plugin, CropTakesTheConfigOfEitherInstantiationAndNothingElse) {
     std::map<std::string, std::string> const inputs{{"box", "b"}, {"image", "i"}};
     for (std::string const type : {"Crop<Vec3b>", "Crop<Vec3f>"}) {

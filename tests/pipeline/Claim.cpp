@@ -1,6 +1,6 @@
 // A plug-in that registers the type string "Claimed", and one of its own.
 
-#include "frame/Registration.h"
+#include "node/Registration.h"
 
 class Claimed : public zun::Node {
 public:

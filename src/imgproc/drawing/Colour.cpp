@@ -5,12 +5,18 @@
 
 #include "pipeline/Failure.h"
 
+namespace {
+
+std::size_t prefixLength(std::string_view text) { return text.starts_with('#') ? 1 : text.starts_with("0x") ? 2 : 0; }
+
+} // namespace
+
+bool isColour(std::string_view text) { return text.size() == prefixLength(text) + 6; }
+
 zun::Vec3b parseColour(std::string text) {
-    if (text.starts_with('#'))
-        text.erase(0, 1);
-    else if (text.starts_with("0x"))
-        text.erase(0, 2);
-    if (text.size() != 6) zun::failWithoutLocation("Invalid fill colour value: ", text);
+    bool const taken = isColour(text);
+    text.erase(0, prefixLength(text));
+    if (!taken) zun::failWithoutLocation("Invalid fill colour value: ", text);
 
     std::stringstream digits(text);
     std::uint32_t value = 0;

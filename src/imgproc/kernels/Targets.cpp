@@ -1,6 +1,7 @@
 #include "imgproc/kernels/Targets.h"
 
 #include <cstdint>
+#include <cstdlib>
 #include <stdexcept>
 
 #include <hwy/highway.h>
@@ -46,5 +47,16 @@ void useTarget(std::string_view name) {
 }
 
 void useBestTarget() { choose(0); }
+
+std::string useTargetOfEnvironment() {
+    char const *const given = std::getenv("ZUN_TARGET");
+    std::string const name = given != nullptr && *given != '\0' ? given : targets().front();
+    try {
+        useTarget(name);
+        return name;
+    } catch (std::invalid_argument const &error) {
+        throw std::invalid_argument(std::string("ZUN_TARGET: ") + error.what());
+    }
+}
 
 } // namespace zun::kernels

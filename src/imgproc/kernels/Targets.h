@@ -27,4 +27,9 @@ void useTarget(std::string_view name);
 /// The best target again.
 void useBestTarget();
 
+/// Makes kernels run for the target that the environment variable ZUN_TARGET names, or for the best that the machine
+/// has where it is empty or not set, and returns the target's name. Throws std::invalid_argument, naming the variable
+/// and what there is, for another text. Not to be called while kernels run.
+std::string useTargetOfEnvironment();
+
 } // namespace zun::kernels

@@ -13,7 +13,8 @@
 
 namespace {
 
-std::mutex ftMutex;
+/// Never destroyed: faces may be closed after all objects of static storage are gone.
+std::mutex &ftMutex = *new std::mutex;
 
 /// Failures of text name this file with the separators that they have always had.
 template <class... Parts>
@@ -31,21 +32,20 @@ int baselineOf(FT_FaceRec const &face, int size) {
 } // namespace
 
 FreeTypeLibrary::FreeTypeLibrary() {
-    if (FT_Init_FreeType(&instance) != 0) instance = nullptr;
+    FT_Library opened = nullptr;
+    if (FT_Init_FreeType(&opened) == 0) instance.reset(opened, FT_Done_FreeType);
 }
 
-FreeTypeLibrary::~FreeTypeLibrary() {
-    if (instance != nullptr) FT_Done_FreeType(instance);
-}
-
-void FreeTypeFace::openFace(FreeTypeLibrary const &library, std::string path, int size) {
+void FreeTypeFace::openFace(FreeTypeLibrary const &from, std::string path, int size) {
+    closeFace();
     std::lock_guard const lock(ftMutex);
-    require(library.instance != nullptr, "ftLib.instance", "FreeType library not available");
-    FT_Error error = FT_New_Face(library.instance, path.c_str(), 0, &face);
+    require(from.instance != nullptr, "ftLib.instance", "FreeType library not available");
+    library = from.instance;
+    FT_Error error = FT_New_Face(library.get(), path.c_str(), 0, &face);
     require(error == 0, "!error", "Error opening file \"", path, "\": ", error);
     error = FT_Set_Pixel_Sizes(face, 0, static_cast<FT_UInt>(size));
     require(error == 0, "!error", "Error setting size \"", size, "\": ", error);
-    // A font of bitmaps has no units to reckon in.
+    // A font of bitmaps has no units.
     require(face->units_per_EM != 0, "face->units_per_EM", "No outlines in file \"", path, "\"");
     baseline = baselineOf(*face, size);
 }
@@ -54,6 +54,7 @@ void FreeTypeFace::closeFace() {
     std::lock_guard const lock(ftMutex);
     if (face != nullptr) FT_Done_Face(face);
     face = nullptr;
+    library.reset();
 }
 
 void FreeTypeFace::drawString(zun::Mat<zun::Vec3b, 2> frame, int penRow, int penColumn, zun::Vec3b colour,

@@ -1,0 +1,17 @@
+#include "media/HostNodes.h"
+
+#include "media/Registrations.h"
+
+namespace zun::media {
+
+void registerNodes() {
+    registerReadFrames();
+    registerWriteFrames();
+    registerReadRecords();
+    registerWriteRecords();
+    registerConstant();
+    registerListFrames();
+    registerPickFrame();
+}
+
+} // namespace zun::media

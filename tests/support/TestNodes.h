@@ -1,0 +1,68 @@
+// Small nodes to build test graphs from. Their values are plain functions of inputs and tick, so that a run has one
+// right result, and they note what the engine does with them.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "description/Description.h"
+#include "node/Registration.h"
+#include "run/Run.h"
+
+namespace zun::engine::test {
+
+/// The rows of a table that leaves some out.
+struct NoRows {
+    static constexpr auto inputs = rows(), outputs = rows(), options = rows();
+};
+
+/// Registers the node types, once:
+///   TestSource                   generator; options length (-1: without end), endsAt (unknown to getRunUntil), scale
+///   TestMix, TestMixSerial       out = a function of a, b (either may be left out), tick and seed; option work:
+///   sleeps;
+///                                fails at the ticks failAt (late) and alsoFailAt, writes nothing at tick skip
+///   TestSink                     notes what it reads under its option label
+///   TestFrame, TestPaint, TestFrameSum   a frame; a node that adds 1 to each pixel of the frame it reads; the sum
+///   TestRelay, TestDoubles       hands on a value of any type; sums a frame of doubles
+///   TestSparse                   generator whose ticks overlap, and which tells its end, `length`, only when it is
+///   there
+void registerTestNodes();
+
+using Bindings = std::vector<std::pair<std::string, std::string>>;
+using Options = std::vector<std::pair<std::string, OptionNode>>;
+
+NodeDescription node(std::string const &type, std::string const &name, Bindings const &inputs, Bindings const &outputs,
+                     Options const &options = {}, std::vector<std::pair<std::string, int>> const &limits = {});
+
+inline OptionNode number(std::int64_t value) { return OptionNode::ofInt(value); }
+
+/// A sink that is called as the stream that it reads, and so are its notes.
+inline NodeDescription sink(std::string const &stream) {
+    return node("TestSink", stream, {{"in", stream}}, {}, {{"label", OptionNode::ofString(stream)}});
+}
+
+/// What the sinks of a run received, and what the engine did wrong, if anything.
+struct Notes {
+    std::map<std::string, std::vector<std::pair<Tick, int>>> received; ///< sink -> (tick, value), in order of arrival
+    std::map<std::string, Tick> flushedAt;
+    std::vector<std::string> violations;
+};
+
+struct RunResult : Notes {
+    Tick ticks = 0;
+    std::string error; ///< empty if the run succeeded
+    std::uint64_t bytesPeak = 0;
+};
+
+RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options, Progress &progress);
+
+inline RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options) {
+    Progress progress;
+    return runGraph(nodes, options, progress);
+}
+
+/// Expects these diagnostics and no others, each given by its beginning and a part of its message.
+void expectDiagnostics(Diagnostics const &found, std::vector<std::pair<std::string, std::string>> const &expected);
+
+} // namespace zun::engine::test
