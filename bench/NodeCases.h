@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "run/SingleNode.h"
 #include "imgproc/kernels/FrameSize.h"
+#include "run/SingleNode.h"
 
 namespace zun::bench {
 

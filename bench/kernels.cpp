@@ -44,19 +44,9 @@ std::vector<unsigned char> photo(Content content, std::size_t count) {
 std::vector<double> timesOf(KernelCase const &one, std::vector<std::string> const &targets, unsigned char const *in,
                             unsigned char *out, kernels::FrameSize size, double seconds) {
     auto const run = [&] { one.run(KernelCase::Form::fast, in, out, size); };
-    std::vector<double> times;
     std::vector<bench::Turn> forms;
-    std::vector<std::size_t> places;
-    for (std::string const &target : targets) {
-        kernels::useTarget(target);
-        times.push_back(bench::millisecondsOf(run));
-        if (times.back() > 1000 * seconds) continue;
-        forms.push_back({run, [&] { kernels::useTarget(target); }});
-        places.push_back(times.size() - 1);
-    }
-    std::vector<double> const medians = bench::takeTurns(forms, seconds);
-    for (std::size_t i = 0; i < forms.size(); i++) times[places[i]] = medians[i];
-    return times;
+    for (std::string const &target : targets) forms.push_back({run, [&] { kernels::useTarget(target); }});
+    return bench::takeTurns(forms, seconds);
 }
 
 } // namespace

@@ -20,6 +20,8 @@ function(zun_room name kind)
         add_library(${name} ${kind} ${ROOM_SOURCES})
         set(public PUBLIC)
         target_link_libraries(${name} PRIVATE zun_flags ${ROOM_PRIVATE_USES} ${ROOM_LINKS})
+        # A call from one function of a library to another goes straight to it, and may be inlined.
+        target_compile_options(${name} PRIVATE -fno-semantic-interposition)
         # On a system's library path a name such as "pipeline" says too little.
         set(file ${name})
         if(NOT name MATCHES "^vexa_")

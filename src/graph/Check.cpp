@@ -59,6 +59,7 @@ void GraphBuilder::connect(GraphNode &node) {
         stream.limit = limitOf(node, node.outputs[i]);
         stream.capacity = outputSpace(stream.limit, hardwareThreads, 0);
     }
+    if (node.type != nullptr) node.readOfRow.assign(node.type->facts.inputs.size(), noRead);
     for (std::size_t i = 0; i < node.inputs.size(); i++) {
         GraphPort const &input = node.inputs[i];
         GraphStream &stream = graph.streams[input.stream];
@@ -70,6 +71,7 @@ void GraphBuilder::connect(GraphNode &node) {
             stream.consumers.push_back(node.index);
         }
         read->inputs.push_back(i);
+        if (input.row != unknownRow) node.readOfRow[input.row] = static_cast<std::size_t>(read - node.reads.begin());
         if (input.value != nullptr) read->expected = input.value;
         read->changedInPlace = read->changedInPlace || input.changedInPlace;
     }

@@ -18,6 +18,7 @@
 namespace zun::engine {
 
 inline constexpr std::size_t unknownRow = std::numeric_limits<std::size_t>::max();
+inline constexpr std::size_t noRead = std::numeric_limits<std::size_t>::max();
 
 /// A port of a node that is connected to a stream.
 struct GraphPort {
@@ -44,6 +45,7 @@ struct GraphNode {
     NodeRegistry::Entry const *type = nullptr; ///< null for one that is not known
     std::vector<GraphPort> inputs, outputs;    ///< the connected ones, in the order of the description
     std::vector<StreamRead> reads;             ///< each stream once
+    std::vector<std::size_t> readOfRow;        ///< for each input of the type's table, index in `reads` or noRead
     int rank = 0;        ///< steps to the farthest sink; nodes without inputs come after all others
     bool failed = false; ///< a diagnostic says that it can't run
 

@@ -53,8 +53,8 @@ private:
                 std::this_thread::sleep_for(askAgainAfter);
             }
 
-            Task task;
-            task.begin(node, tick);
+            Task task(node);
+            task.begin(tick);
             for (std::size_t i = 0; i < reads.size(); i++) {
                 std::size_t const stream = reads[i].stream;
                 ValueType const *const type = values[stream] ? valueTypeOf(*values[stream]) : nullptr;

@@ -41,6 +41,12 @@ void RunNodes::build(GraphNode const &wiring, PipelineState &state) {
     entry.generator = node.isGenerator();
 }
 
+RunNode::Change const &RunNode::takeChange() {
+    Change const &taken = changes[changesStarted++];
+    nextChange = changesStarted < changes.size() ? changes[changesStarted].from : endless;
+    return taken;
+}
+
 void RunNodes::addChange(OptionChange const &change) {
     auto const node =
         std::find_if(nodes.begin(), nodes.end(), [&](RunNode const &n) { return n.name() == change.node; });
@@ -58,6 +64,7 @@ void RunNodes::addChange(OptionChange const &change) {
     auto const later = std::find_if(node->changes.begin(), node->changes.end(),
                                     [&](RunNode::Change const &other) { return other.from > change.from; });
     node->changes.insert(later, {change.from, change.option, option->conversion.convert(change.value)});
+    node->nextChange = node->changes.front().from;
 }
 
 std::uint64_t RunNodes::bufferedOn(std::string const &stream) const {

@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -29,6 +28,7 @@ struct RunNode {
     std::unique_ptr<PipelineNode> node;
     std::vector<Change> changes;    ///< in the order of their ticks
     std::size_t changesStarted = 0; ///< of these, how many a task has taken with it
+    Tick nextChange = endless;      ///< when the first of the others is due
 
     // What the node says of itself, asked once.
     bool selfParallel = false;
@@ -37,7 +37,10 @@ struct RunNode {
 
     std::size_t index() const { return wiring->index; }
     std::string const &name() const { return wiring->description->name; }
-    bool changeDue(Tick tick) const { return changesStarted < changes.size() && changes[changesStarted].from <= tick; }
+    bool changeDue(Tick tick) const { return nextChange <= tick; }
+
+    /// The first change that no task has taken, which is due.
+    Change const &takeChange();
 };
 
 /// Built from a graph that passed its check; what the check can't see, such as a node whose constructor fails, is
@@ -47,9 +50,9 @@ public:
     RunNodes(Graph const &checked, PipelineState &state);
 
     Graph const &graph;
-    std::vector<RunNode> nodes;                      ///< as Graph::nodes
-    std::deque<std::atomic<std::uint64_t>> buffered; ///< as Graph::streams: values that wait for a reader now
-    std::vector<std::size_t> order;                  ///< as Graph::order, but sources of frames first
+    std::vector<RunNode> nodes;                       ///< as Graph::nodes
+    std::vector<std::atomic<std::uint64_t>> buffered; ///< as Graph::streams: values that wait for a reader now
+    std::vector<std::size_t> order;                   ///< as Graph::order, but sources of frames first
 
     /// Notes an option change for its node. Throws zun::Exception if there is no such node or option, or no conversion.
     void addChange(OptionChange const &change);

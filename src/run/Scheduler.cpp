@@ -1,8 +1,6 @@
 #include "run/Scheduler.h"
 
 #include <algorithm>
-#include <functional>
-#include <limits>
 #include <utility>
 
 namespace zun::engine {
@@ -15,61 +13,47 @@ constexpr double wakingNanoseconds = 20'000;
 
 Scheduler::Scheduler(RunNodes &runNodes, RunPlan const &runPlan, Progress &runProgress)
     : nodes(runNodes), plan(runPlan), progress(runProgress), states(nodes.nodes.size()), end(plan.end),
-      done(plan.first), highestStarted(plan.first), laggards(nodes.nodes.size()) {
+      startsBelow(plan.end), done(plan.first), highestStarted(plan.first), laggards(nodes.nodes.size()) {
     Graph const &graph = nodes.graph;
     for (GraphStream const &stream : graph.streams)
-        streams.push_back({StreamBuffer(plan.first), stream.capacity, stream.consumers.size()});
+        streams.push_back({StreamBuffer(plan.first), stream.capacity, stream.consumers.size(), stream.producer()});
     for (GraphNode const &node : graph.nodes) {
         NodeState &state = states[node.index];
+        state.node = &nodes.nodes[node.index];
+        state.rank = node.rank;
         state.next = state.completedBelow = plan.first;
         for (std::size_t i = 0; i < node.outputs.size(); i++) {
             GraphStream const &stream = graph.streams[node.outputs[i].stream];
             if (!stream.isRead()) continue;
             state.writes.push_back({i, node.outputs[i].stream});
-            state.neighbours.insert(state.neighbours.end(), stream.consumers.begin(), stream.consumers.end());
+            state.consumers.insert(state.consumers.end(), stream.consumers.begin(), stream.consumers.end());
         }
-        for (StreamRead const &read : node.reads) {
-            state.reads.push_back(read.stream);
-            state.neighbours.push_back(graph.streams[read.stream].producer());
-        }
+        for (StreamRead const &read : node.reads) state.reads.push_back(read.stream);
         if (nodes.nodes[node.index].generator) generators.push_back(node.index);
     }
     for (std::size_t node = 0; node < states.size(); node++) offer(node);
 }
 
 Task *Scheduler::take() {
-    while (!ready.empty()) {
-        std::pop_heap(ready.begin(), ready.end(), std::greater<>());
-        std::size_t const node = ready.back().node;
-        ready.pop_back();
-        if (Task *const task = start(node)) return task;
-    }
+    while (!ready.empty())
+        if (Task *const task = start(ready.take().node)) return task;
     return nullptr;
 }
 
-Task *Scheduler::takeAny(std::size_t choice) {
-    std::size_t const node = ready[choice].node;
-    ready.erase(ready.begin() + static_cast<std::ptrdiff_t>(choice));
-    std::make_heap(ready.begin(), ready.end(), std::greater<>());
-    return start(node);
-}
+Task *Scheduler::takeAny(std::size_t choice) { return start(ready.takeAny(choice).node); }
 
 bool Scheduler::worthWaking(Task const &taken) const {
     if (ready.empty()) return false;
     auto const isLong = [&](std::size_t node) {
         return !states[node].sampled || states[node].nanoseconds >= wakingNanoseconds;
     };
-    return isLong(taken.node->index()) ||
-           std::any_of(ready.begin(), ready.end(), [&](Ready const &entry) { return isLong(entry.node); });
+    return isLong(taken.node->index()) || ready.anyOf([&](Ready const &entry) { return isLong(entry.node); });
 }
 
-/// The first tick that may not be started: the end of the run, a tick that failed, or, when the host wants to stop,
-/// what has not begun yet.
+/// The first tick that may not be started: the end of the run, what comes after a tick that failed, or, when the host
+/// wants to stop, what has not begun yet.
 Tick Scheduler::endOfStarts() const {
-    Tick first = end;
-    if (failure) first = std::min(first, failure->tick + 1);
-    if (progress.stop.load(std::memory_order_relaxed)) first = std::min(first, highestStarted);
-    return first;
+    return progress.stop.load(std::memory_order_relaxed) ? std::min(startsBelow, highestStarted) : startsBelow;
 }
 
 /// Below this tick all generators have completed, so the run is certain to reach these ticks.
@@ -80,11 +64,9 @@ Tick Scheduler::certainBelow() const {
 }
 
 /// What stays true, once it is, until the node starts its next tick.
-bool Scheduler::hasInputsAndSpace(std::size_t index) const {
-    NodeState const &state = states[index];
-    RunNode const &node = nodes.nodes[index];
-    if (state.running != 0 && (!node.selfParallel || state.alone || node.changeDue(state.next))) return false;
-    if (!state.unsettled.empty()) return false;
+bool Scheduler::hasInputsAndSpace(NodeState const &state) const {
+    bool const mayOverlap = state.node->selfParallel && !state.alone && !state.node->changeDue(state.next);
+    if ((state.running != 0 && !mayOverlap) || !state.unsettled.empty()) return false;
     for (std::size_t const stream : state.reads)
         if (!streams[stream].buffer.holds(state.next)) return false;
     for (Write const &write : state.writes)
@@ -92,36 +74,40 @@ bool Scheduler::hasInputsAndSpace(std::size_t index) const {
     return true;
 }
 
+/// What can become false until a tick starts: the run may end before it, or other nodes fill the memory.
+bool Scheduler::isWithinRun(NodeState const &state) const {
+    bool const overCap = state.next != done && bytesInFlight + bytesExpected + state.outputBytes > plan.maxBytes;
+    return !overCap && state.next < endOfStarts();
+}
+
 /// What other nodes, the host or the node itself can change at any time.
 bool Scheduler::isPermitted(std::size_t index) {
     NodeState const &state = states[index];
-    RunNode const &node = nodes.nodes[index];
-    if (state.next >= endOfStarts()) return false;
-    bool const overCap = state.next != done && bytesInFlight + bytesExpected + state.outputBytes > plan.maxBytes;
-    if (!overCap && !(node.sideEffects && state.next >= certainBelow()) && node.node->readyForProcessingInputs())
-        return true;
-    hold(index);
+    bool const isCertain = !state.node->sideEffects || state.next < certainBelow();
+    if (isCertain && isWithinRun(state) && state.node->node->readyForProcessingInputs()) return true;
+    if (state.next < endOfStarts()) hold(index);
     return false;
 }
 
-void Scheduler::offer(std::size_t node) {
-    NodeState &state = states[node];
-    if (state.queued || !hasInputsAndSpace(node) || !isPermitted(node)) return;
+void Scheduler::offer(std::size_t index) {
+    NodeState &state = states[index];
+    if (state.queued || !hasInputsAndSpace(state) || !isPermitted(index)) return;
     state.queued = true;
-    ready.push_back({state.next, nodes.graph.nodes[node].rank, node});
-    std::push_heap(ready.begin(), ready.end(), std::greater<>());
+    ready.push({state.next, state.rank, index});
 }
 
 Task *Scheduler::start(std::size_t index) {
-    RunNode &node = nodes.nodes[index];
     NodeState &state = states[index];
     state.queued = false;
-    if (!isPermitted(index)) return nullptr;
+    if (!isWithinRun(state)) {
+        if (state.next < endOfStarts()) hold(index);
+        return nullptr;
+    }
 
-    if (idleTasks.empty()) idleTasks.push_back(std::make_unique<Task>());
-    Task *const task = idleTasks.back().release();
-    idleTasks.pop_back();
-    task->begin(node, state.next);
+    if (state.idleTasks.empty()) state.idleTasks.push_back(std::make_unique<Task>(*state.node));
+    Task *const task = state.idleTasks.back().release();
+    state.idleTasks.pop_back();
+    task->begin(state.next);
     for (std::size_t i = 0; i < state.reads.size(); i++) {
         StreamBuffer::Slot &slot = streams[state.reads[i]].buffer.at(state.next);
         Task::Input &input = task->inputs[i];
@@ -141,13 +127,14 @@ Task *Scheduler::start(std::size_t index) {
     state.running++;
     running++;
     highestStarted = std::max(highestStarted, state.next);
-    if (node.selfParallel) offer(index);
+    if (state.node->selfParallel) offer(index);
     return task;
 }
 
 void Scheduler::complete(Task *task) {
     std::unique_ptr<Task> finished(task);
     std::size_t const index = task->node->index();
+    Tick const tick = task->tick;
     NodeState &state = states[index];
     state.running--;
     running--;
@@ -157,21 +144,23 @@ void Scheduler::complete(Task *task) {
         state.sampled = true;
     }
 
-    if (task->failure) {
-        noteFailure(*task);
-        release(*task);
-        idleTasks.push_back(std::move(finished));
-    } else if (task->node->generator && !task->wroteSomething()) {
+    if (!task->failure && state.node->generator && !task->wroteSomething()) {
         state.unsettled.push_back(std::move(finished));
     } else {
-        conclude(*task);
-        idleTasks.push_back(std::move(finished));
+        if (task->failure)
+            noteFailure(*task);
+        else
+            conclude(*task);
+        release(*task);
+        state.idleTasks.push_back(std::move(finished));
     }
     if (!state.unsettled.empty() && state.running == 0) settle(index);
 
     countBytes();
-    offer(index);
-    for (std::size_t const neighbour : state.neighbours) offer(neighbour);
+    bool const overlaps = state.node->selfParallel && !state.alone && !state.node->generator;
+    if (!overlaps) offer(index); // one whose ticks overlap was offered when this tick started
+    for (std::size_t const consumer : state.consumers)
+        if (states[consumer].next <= tick) offer(consumer);
     offerHeld();
 }
 
@@ -180,13 +169,16 @@ void Scheduler::settle(std::size_t index) {
     auto const waiting = std::exchange(states[index].unsettled, {});
     if (nodes.nodes[index].node->processProgressNeverPossible())
         for (std::unique_ptr<Task> const &task : waiting) end = std::min(end, task->tick);
-    for (std::unique_ptr<Task> const &task : waiting) conclude(*task);
+    startsBelow = std::min(startsBelow, end);
+    for (std::unique_ptr<Task> const &task : waiting) {
+        conclude(*task);
+        release(*task);
+    }
 }
 
 void Scheduler::conclude(Task &task) {
     publish(task);
     noteCompletion(task);
-    release(task);
 }
 
 /// Hands what a task wrote to the readers. A stream that nobody reads keeps nothing.
@@ -223,20 +215,24 @@ void Scheduler::release(Task &task) {
     std::vector<std::size_t> const &reads = states[task.node->index()].reads;
     for (std::size_t i = 0; i < reads.size(); i++) {
         task.inputs[i].value.reset();
-        StreamBuffer &buffer = streams[reads[i]].buffer;
-        StreamBuffer::Slot const &slot = buffer.at(task.tick);
-        if (buffer.readBy(task.tick) > 0) continue;
+        StreamState &stream = streams[reads[i]];
+        StreamBuffer::Slot &slot = stream.buffer.at(task.tick);
+        if (--slot.readersLeft > 0) continue;
         bytesInFlight -= slot.bytes;
         std::atomic<std::uint64_t> &buffered = nodes.buffered[reads[i]];
         buffered.store(buffered.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
-        buffer.release(task.tick);
+        bool const wasFull = stream.buffer.size() >= stream.capacity;
+        stream.buffer.release(task.tick);
+        if (wasFull) offer(stream.producer);
     }
     for (std::shared_ptr<Variant> &output : task.outputs) output.reset();
 }
 
 void Scheduler::noteFailure(Task const &task) {
     Failure candidate{*task.failure, task.node->name(), task.node->index(), task.tick};
-    if (!failure || candidate.precedes(*failure)) failure = std::move(candidate);
+    if (failure && !candidate.precedes(*failure)) return;
+    startsBelow = std::min(startsBelow, candidate.tick + 1);
+    failure = std::move(candidate);
 }
 
 void Scheduler::noteCompletion(Task const &task) {

@@ -24,6 +24,7 @@
 #include <vector>
 
 #include "run/Executors.h"
+#include "run/ReadyQueue.h"
 #include "run/Run.h"
 #include "run/RunNodes.h"
 #include "run/StreamBuffer.h"
@@ -65,6 +66,8 @@ private:
     };
 
     struct NodeState {
+        RunNode *node = nullptr;
+        int rank = 0;
         Tick next = 0;                    ///< the tick it starts next
         Tick completedBelow = 0;          ///< all ticks below are completed
         std::vector<Tick> completedEarly; ///< completed ticks beyond
@@ -76,33 +79,28 @@ private:
         double nanoseconds = 0;        ///< what one process() takes, on average
         std::uint64_t outputBytes = 0; ///< what its last tick wrote
 
+        std::vector<std::unique_ptr<Task>> idleTasks;
+
         /// Of a generator: ticks at which it wrote nothing. Whether the run ends with them shows when none of its ticks
         /// runs.
         std::vector<std::unique_ptr<Task>> unsettled;
 
         std::vector<std::size_t> reads; ///< streams
         std::vector<Write> writes;
-        std::vector<std::size_t> neighbours; ///< nodes that may become able to run when a tick of this one is done
+        std::vector<std::size_t> consumers; ///< nodes that read what it writes
     };
 
     struct StreamState {
         StreamBuffer buffer;
         std::int64_t capacity = 0;
         std::size_t readers = 0; ///< nodes
+        std::size_t producer = 0;
         std::type_info const *lastInfo = nullptr;
         ValueType const *lastType = nullptr; ///< of values with `lastInfo`
     };
 
-    /// A task that could start when it was put here; what is oldest and nearest the sinks is taken first.
-    struct Ready {
-        Tick tick;
-        int rank;
-        std::size_t node;
-
-        friend auto operator<=>(Ready const &, Ready const &) = default;
-    };
-
-    bool hasInputsAndSpace(std::size_t node) const;
+    bool hasInputsAndSpace(NodeState const &state) const;
+    bool isWithinRun(NodeState const &state) const;
     bool isPermitted(std::size_t node);
     void offer(std::size_t node);
     Task *start(std::size_t node);
@@ -128,11 +126,11 @@ private:
     std::vector<NodeState> states;    ///< by node
     std::vector<StreamState> streams; ///< by stream
     std::vector<std::size_t> generators;
-    std::vector<Ready> ready;      ///< a heap, the first to take in front
+    ReadyQueue ready;
     std::vector<std::size_t> held; ///< nodes that wait for bytes, for certainty, or for themselves
-    std::vector<std::unique_ptr<Task>> idleTasks;
 
     Tick end;             ///< first tick that is not run
+    Tick startsBelow;     ///< the end, or, after a failure, what comes after its tick
     Tick done;            ///< all nodes have completed the ticks below
     Tick highestStarted;  ///< first tick that no node has started
     std::size_t laggards; ///< nodes whose completedBelow is `done`

@@ -23,7 +23,7 @@ public:
         bool written = false; ///< may be read
     };
 
-    explicit StreamBuffer(Tick first) : oldest(first), slots(4) {}
+    explicit StreamBuffer(Tick first) : oldest(first), slots(4), mask(slots.size() - 1) {}
 
     /// Ticks that take up space: reserved or written, and not yet released by all readers.
     std::int64_t size() const { return occupied; }
@@ -31,7 +31,7 @@ public:
     bool holds(Tick tick) const { return inWindow(tick) && slots[index(tick)].written; }
 
     void reserve(Tick tick) {
-        while (tick - oldest >= slots.size()) grow();
+        while (tick - oldest > mask) grow();
         slots[index(tick)].taken = true;
         youngest = tick + 1 > youngest ? tick + 1 : youngest;
         occupied++;
@@ -40,18 +40,17 @@ public:
     /// The slot of a tick that was reserved.
     Slot &at(Tick tick) { return slots[index(tick)]; }
 
-    /// Notes that a reader is done with a tick; returns how many are left.
-    std::size_t readBy(Tick tick) { return --slots[index(tick)].readersLeft; }
-
     /// Makes the space of a tick free again.
     void release(Tick tick) {
-        slots[index(tick)] = Slot{};
+        Slot &slot = slots[index(tick)];
+        slot.value.reset();
+        slot.taken = slot.written = false;
         occupied--;
         while (oldest < youngest && !slots[index(oldest)].taken) oldest++;
     }
 
 private:
-    std::size_t index(Tick tick) const { return static_cast<std::size_t>(tick) & (slots.size() - 1); }
+    std::size_t index(Tick tick) const { return static_cast<std::size_t>(tick) & mask; }
     bool inWindow(Tick tick) const { return tick >= oldest && tick < youngest; }
 
     void grow() {
@@ -59,12 +58,14 @@ private:
         for (Tick tick = oldest; tick < youngest; tick++)
             wider[static_cast<std::size_t>(tick) & (wider.size() - 1)] = std::move(slots[index(tick)]);
         slots = std::move(wider);
+        mask = slots.size() - 1;
     }
 
     Tick oldest;
     Tick youngest = 0; ///< one past the last tick that was reserved
     std::int64_t occupied = 0;
     std::vector<Slot> slots; ///< a power of two
+    std::size_t mask;
 };
 
 } // namespace zun::engine

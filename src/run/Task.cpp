@@ -17,7 +17,8 @@ struct Running {
     RunNodes const *run = nullptr;
 };
 
-thread_local Running current;
+/// Read at every call of a node, so without a look-up of where this library has its thread-local values.
+[[gnu::tls_model("initial-exec")]] thread_local Running current;
 
 /// A frame that the node writes into must be its alone. Two ports on one stream get the same copy, because the node
 /// would see the same frame twice without the engine.
@@ -47,10 +48,8 @@ void checkTypes(Task const &task, RunNodes const &run) {
 void checkGuard(Task const &task, RunNodes const &run) {
     GraphNode const &wiring = *task.node->wiring;
     auto const valueAt = [&](std::size_t row) -> Variant const * {
-        for (std::size_t i = 0; i < wiring.reads.size(); i++)
-            for (std::size_t const input : wiring.reads[i].inputs)
-                if (wiring.inputs[input].row == row) return task.inputs[i].value.get();
-        return nullptr;
+        std::size_t const read = wiring.readOfRow[row];
+        return read != noRead ? task.inputs[read].value.get() : nullptr;
     };
     auto const refusal = askGuard(*task.node->node, wiring.type->facts, task.tick, valueAt);
     if (!refusal) return;
@@ -83,14 +82,14 @@ std::string describeValue(Variant const &value, ValueType const *type) {
     return "a value of type " + type->spelling + (summary.empty() ? "" : " (" + summary + ")");
 }
 
-void Task::begin(RunNode &forNode, Tick atTick) {
-    node = &forNode;
+Task::Task(RunNode &ofNode)
+    : node(&ofNode), inputs(ofNode.wiring->reads.size()), outputs(ofNode.wiring->outputs.size()) {}
+
+void Task::begin(Tick atTick) {
     tick = atTick;
-    inputs.resize(forNode.wiring->reads.size());
-    outputs.resize(forNode.wiring->outputs.size());
     failure.reset();
     changes.clear();
-    while (forNode.changeDue(atTick)) changes.push_back(&forNode.changes[forNode.changesStarted++]);
+    while (node->changeDue(atTick)) changes.push_back(&node->takeChange());
 }
 
 bool Task::wroteSomething() const {

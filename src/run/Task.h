@@ -20,7 +20,7 @@ struct Task {
         bool shared = false;             ///< another node has still to read it, or is reading it
     };
 
-    RunNode *node = nullptr;
+    RunNode *node;
     Tick tick = 0;
     std::vector<Input> inputs;                     ///< in the order of the node's reads
     std::vector<std::shared_ptr<Variant>> outputs; ///< in the order of the node's; what process() wrote
@@ -29,9 +29,11 @@ struct Task {
     std::optional<double> nanoseconds;             ///< what process() took, where it was timed
     std::uint64_t bytesExpected = 0;               ///< what it will write, as far as the scheduler knows
 
-    /// Readies the task for a node and a tick, and takes the option changes that are due with it; a task that has some
-    /// must run alone on its node. Keeps the storage that it has.
-    void begin(RunNode &forNode, Tick atTick);
+    explicit Task(RunNode &ofNode);
+
+    /// Readies the task for a tick, and takes the option changes that are due with it; a task that has some must run
+    /// alone on its node.
+    void begin(Tick atTick);
 
     bool wroteSomething() const;
 };
