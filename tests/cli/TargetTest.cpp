@@ -44,7 +44,7 @@ TEST(Target, ThatTheMachineLacksIsWrongUsage) {
     for (Ended const &ended : {zun({"nodes"}, folder), graphPipeline({photo.string()}, folder)}) {
         EXPECT_EQ(ended.status, 2);
         EXPECT_EQ(ended.out, "");
-        EXPECT_NE(ended.err.find(": error: ZUN_TARGET: \"MMX\" is no target of this machine, which has "),
+        EXPECT_NE(ended.err.find(": error: ZUN_TARGET: \"MMX\" is not a target of this machine, which has "),
                   std::string::npos)
             << ended.err;
         EXPECT_NE(ended.err.find("plain\n"), std::string::npos) << ended.err;

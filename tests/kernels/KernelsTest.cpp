@@ -189,7 +189,7 @@ TEST(Targets, AreThoseOfTheMachine) {
         useTarget("MMX");
         FAIL() << "there is no such target";
     } catch (std::invalid_argument const &error) {
-        EXPECT_EQ(std::string(error.what()).find("\"MMX\" is no target of this machine, which has "), 0u);
+        EXPECT_EQ(std::string(error.what()).find("\"MMX\" is not a target of this machine, which has "), 0u);
     }
 }
 

@@ -258,7 +258,7 @@ class Targets(unittest.TestCase):
         self.assertEqual(zun.targets(), targets)
 
     def test_a_target_that_the_machine_lacks_is_named_with_those_it_has(self):
-        words = '"MMX" is no target of this machine, which has ' + ", ".join(zun.targets())
+        words = '"MMX" is not a target of this machine, which has ' + ", ".join(zun.targets())
         with self.assertRaises(ValueError) as raised:
             zun.use_target("MMX")
         self.assertEqual(str(raised.exception), words)

@@ -43,7 +43,7 @@ void useTarget(std::string_view name) {
         if (nameOf(target) == name) return choose(target);
         known += (known.empty() ? "" : ", ") + nameOf(target);
     }
-    throw std::invalid_argument("\"" + std::string(name) + "\" is no target of this machine, which has " + known);
+    throw std::invalid_argument("\"" + std::string(name) + "\" is not a target of this machine, which has " + known);
 }
 
 void useBestTarget() { choose(0); }
