@@ -1,4 +1,4 @@
-// zun check: prints every error of a description, and what a run of it will hold.
+// zun check: prints every error and warning of a description, and how much memory its streams take.
 
 #include <algorithm>
 #include <iomanip>
@@ -60,7 +60,7 @@ void addCheckCommand(CLI::App &program, Action &chosen) {
     addDescriptionArguments(*command, *arguments);
     command->footer(
         "Errors and warnings go to the standard error stream: file:line:column, what is wrong, what to do.\n"
-        "The memory that a run needs at most goes to the standard output.\n"
+        "The most that the streams of a run hold goes to the standard output.\n"
         "Exit status: 0 without errors, 1 with errors, 2 for wrong usage.\n\n"
         "Examples:\n"
         "  zun check examples/first.yaml\n"

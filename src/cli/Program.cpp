@@ -61,8 +61,8 @@ int carryOut(Action const &action) {
     return status;
 }
 
-/// What libraries take for each frame, decoders above all, comes from memory that was used before, as frames do. Left
-/// to itself, the C library gives large blocks back to the system when they are freed, and each page of the next one
+/// Serves what libraries allocate for each frame, decoders above all, from memory that was used before. By default,
+/// the C library gives large blocks back to the system when they are freed, and each page of the next one
 /// costs a fault.
 void keepFreedMemory() {
 #ifdef __GLIBC__
@@ -75,7 +75,7 @@ void keepFreedMemory() {
 } // namespace
 
 void addPluginOption(CLI::App &command, std::vector<std::string> &plugins) {
-    command.add_option("--plugin", plugins, "Load a plug-in too: a path with a '/' in it, or a name in lib/zun/")
+    command.add_option("--plugin", plugins, "Load a further plug-in: a path with a '/' in it, or a name in lib/zun/")
         ->type_name("PATH|NAME")
         ->allow_extra_args(false);
 }
@@ -86,7 +86,7 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
         ->type_name("NAME=VALUE")
         ->check(formOf("name=value", isDefinition))
         ->allow_extra_args(false);
-    command.add_option("--set", arguments.settings, "Set an option of a node, over what the description says")
+    command.add_option("--set", arguments.settings, "Set an option of a node, instead of what the description says")
         ->type_name("NODE.OPTION=VALUE")
         ->check(formOf("node.option=value", isSetting))
         ->allow_extra_args(false);
@@ -94,7 +94,7 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
 }
 
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {
-    // A reader of our output that goes away is an error of the write, and leaves the rest of a run complete.
+    // Where the reader of our output goes away, the write fails, and the rest of the run completes.
     std::signal(SIGPIPE, SIG_IGN);
     keepFreedMemory();
     setProgramName(program.get_name());

@@ -125,7 +125,9 @@ int runDescription(RunArguments const &arguments) {
 
 void addRunOptions(CLI::App &command, RunArguments &arguments) {
     engine::RunOptions &options = arguments.options;
-    command.add_option("--frames", arguments.frames, "Run the ticks from A to before B; either may be left out")
+    command
+        .add_option("--frames", arguments.frames,
+                    "Run the ticks from A up to, but not including, B; either may be left out")
         ->type_name("A:B")
         ->check(CLI::Validator([&options](std::string &text) { return readFrames(text, options); }, ""));
     command
@@ -139,7 +141,7 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         ->check(CLI::Range(1u, mostThreads).description(""));
     command
         .add_option("--executor", arguments.executor,
-                    "threads, or for comparison sequential or shuffled; all give the same results")
+                    "threads; or, for comparison, sequential or shuffled. All give the same results")
         ->type_name("NAME")
         ->check(CLI::IsMember(executors).description(""));
     command.add_option("--seed", options.seed, "Seed of the shuffled executor (default: 0)")->type_name("N");
@@ -149,11 +151,12 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
                     "the machine's memory)")
         ->type_name("SIZE")
         ->transform(CLI::AsSizeValue(false).description(""));
-    command.add_flag("--trust", options.trust, "Run nodes without the guards that refuse what would crash them");
+    command.add_flag(
+        "--trust", options.trust,
+        "Don't check values before nodes read them: wrong ones may crash the process. Also prints what nodes log");
     command.add_flag("--progress", arguments.progress, "Show ticks done, rate and time left");
-    command.add_flag("--stats", arguments.stats, "Print what memory was used, after the run");
-    command.add_flag("--verbose", arguments.verbose,
-                     "Also print what nodes log: why one failed, and where in its source");
+    command.add_flag("--stats", arguments.stats, "Print how much memory the run used");
+    command.add_flag("--verbose", arguments.verbose, "Print what nodes log: why one failed, and where in its source");
 }
 
 } // namespace
@@ -164,8 +167,7 @@ void addRunCommand(CLI::App &program, Action &chosen) {
     addDescriptionArguments(*command, arguments->description);
     addRunOptions(*command, *arguments);
     command->footer(
-        "The first Ctrl-C ends the run after the ticks that have begun, with everything written complete;\n"
-        "the second ends it at once.\n"
+        "The first Ctrl-C ends the run once the ticks that have begun are complete; the second ends it at once.\n"
         "Exit status: 0 when the run completed, 1 when it failed or the description has errors, 2 for wrong usage.\n\n"
         "Examples:\n"
         "  zun run examples/first.yaml -D out=/tmp --progress\n"

@@ -13,8 +13,8 @@ int main(int argc, char **argv) {
     program.require_subcommand(1);
     program.footer(
         "Each command has a --help of its own.\n"
-        "ZUN_TARGET=AVX2 (SSE4, plain, ...) in the environment runs kernels for that instruction set and not\n"
-        "for the best that the machine has; the results are the same.\n\n"
+        "ZUN_TARGET=AVX2 (or SSE4, plain, ...) in the environment selects an instruction set other than the best\n"
+        "that the machine has; the results are the same.\n\n"
         "Examples:\n"
         "  zun nodes                                    the node types\n"
         "  zun check examples/first.yaml                every error and warning, at once\n"
