@@ -1,5 +1,5 @@
-// Moves a frame between colour forms: of one connected input, to every output that is connected. YCbCr made from colour
-// lies between 0 and 1; made from a grey or binary frame it holds Y up to 255, and that is also what grey is made from.
+// Converts a frame from the colour format of the one connected input to that of every connected output. YCbCr made from
+// colour lies between 0 and 1; made from grey or binary, Y reaches 255, and grey is made from Y in that range.
 //
 //   - type: ConvertColour
 //     inputs: {RGB: photo}
@@ -78,7 +78,7 @@ public:
         static constexpr zun::NodeRow node{.type = "ConvertColour",
                                            .sourcePath = "imgproc/ConvertColour",
                                            .classCode = 1,
-                                           .summary = "Moves a frame between colour forms"};
+                                           .summary = "Converts a frame to other colour formats"};
         static constexpr auto inputs = zun::rows(
             zun::optionalInput("ARGB", "zun::Mat<zun::Vec4b, 2>", &ConvertColour::argb, "alpha, red, green, blue"),
             zun::optionalInput("BGR", "zun::Mat<zun::Vec3b, 2>", &ConvertColour::bgr,

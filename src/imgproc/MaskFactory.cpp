@@ -53,10 +53,9 @@ public:
         static constexpr auto outputs =
             zun::rows(zun::output("masks", "zun::List<zun::Mask>", &MaskFactory::masks,
                                   "a mask for each box, of its size and at its place, of bytes 0 and 1"));
-        static constexpr auto options =
-            zun::rows(zun::requiredOption("maskShape", "int", &MaskFactory::maskShape,
-                                          "0: a rectangle, all set; any other value: an ellipse")
-                          .choose({{0, "rectangle"}, {1, "ellipse"}}));
+        static constexpr auto options = zun::rows(zun::requiredOption("maskShape", "int", &MaskFactory::maskShape,
+                                                                      "what is set; any value but 0 gives an ellipse")
+                                                      .choose({{0, "rectangle"}, {1, "ellipse"}}));
     };
 
     /// All masks together have to fit in memory. The size of a mask is a product of 32 bits, so that negative sides can

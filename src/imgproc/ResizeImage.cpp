@@ -42,9 +42,10 @@ public:
             zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &ResizeImage::output,
                                   "the scaled frame, or the frame itself if it needs no scaling"));
         static constexpr auto options = zun::rows(
-            zun::option("algorithm", "int", "1", &ResizeImage::algorithm,
-                        "0: nearest pixel; 1: bilinear, but block means and repeated pixels for whole ratios; 2: the "
-                        "same, but the mean of the area for any frame that shrinks in both directions")
+            zun::option(
+                "algorithm", "int", "1", &ResizeImage::algorithm,
+                "how pixels are made; bilinear takes block means and repeats pixels at whole ratios, and area mean "
+                "does so too, but takes the mean of the area for any frame that shrinks in both directions")
                 .choose({{0, "nearest"}, {1, "bilinear"}, {2, "area mean"}}),
             zun::option("allowDownscale", "bool", "true", &ResizeImage::allowDownscale,
                         "false: a frame larger than the one side given passes as it is"),

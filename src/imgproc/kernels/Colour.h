@@ -1,4 +1,4 @@
-// Pixels from one colour form to another: one flat pass each over `count` pixels. The ranges must not overlap.
+// Conversions between colour formats: one flat pass each over `count` pixels. The ranges must not overlap.
 //
 // Sums run over the channels from the first to the last, in single precision.
 #pragma once
