@@ -24,15 +24,15 @@ missing_packages() {
 install_packages() {
     [[ $# -gt 0 ]] || set -- packages/apt.txt
     command -v dpkg-query >/dev/null ||
-        fail "this is no Debian: install what $* lists by hand, then use the CMake presets"
+        fail "this is not a Debian system: install what $* lists by hand, then use the CMake presets"
     local missing as_root=()
     mapfile -t missing < <(missing_packages "$@")
     [[ ${#missing[@]} -eq 0 ]] && return
     say "installing ${missing[*]}"
     if [[ $EUID -ne 0 ]]; then
-        command -v sudo >/dev/null || fail "not root, and no sudo to become it; install: ${missing[*]}"
+        command -v sudo >/dev/null || fail "installing packages takes root or sudo; install: ${missing[*]}"
         if [[ ! -t 0 ]] && ! sudo -n true 2>/dev/null; then
-            fail "sudo asks for a password, and there is no terminal to give it; install: ${missing[*]}"
+            fail "sudo asks for a password, but there is no terminal; install: ${missing[*]}"
         fi
         as_root=(sudo)
     fi
