@@ -17,7 +17,7 @@ std::string escaped(std::string const &text) {
     return result;
 }
 
-/// Two lines, the second one smaller in meaning.
+/// A label of two lines.
 std::string label(std::string const &first, std::string const &second) {
     return "\"" + escaped(first) + "\\n" + escaped(second) + "\"";
 }

@@ -11,7 +11,7 @@ namespace zun::cli {
 /// How a program ends.
 enum ExitStatus : int { fine = 0, failed = 1, wrongUsage = 2 };
 
-/// What a command is told of a description.
+/// The arguments of a command that name a description and what to change in it.
 struct DescriptionArguments {
     std::string file;
     std::vector<std::string> variables; ///< "name=value"

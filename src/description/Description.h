@@ -12,7 +12,7 @@
 //       limits: {output: -1}             # how many values the stream may buffer
 //
 // A node without a name is called by its type; the second such node of a type "NegativeImage2", and so on, past names
-// that are taken. A stream named "-" is no stream: the port is left unconnected.
+// that are taken. A stream named "-" is not a stream: the port is left unconnected.
 //
 // ${name} in a value stands for a variable, and $${ for a literal ${. Its value is put into the text of the scalar
 // before that is resolved: without quotes, ${n} with n=3 is the int 3; in quotes it is a string. Within { } and [ ],

@@ -21,7 +21,7 @@ std::string_view withoutSign(std::string_view text) {
     return !text.empty() && (text[0] == '-' || text[0] == '+') ? text.substr(1) : text;
 }
 
-/// Takes the digits off the front of a text, and tells how many there were.
+/// Takes the digits off the front of a text, and returns how many there were.
 std::size_t takeDigits(std::string_view &text) {
     auto const end = std::find_if_not(text.begin(), text.end(), isDigit);
     auto const count = static_cast<std::size_t>(end - text.begin());
@@ -39,7 +39,7 @@ bool looksLikeHex(std::string_view text) {
            text.find_first_not_of("0123456789abcdefABCDEF", 2) == std::string_view::npos;
 }
 
-/// Digits with a point before, between or behind them, and an exponent.
+/// Digits with a point before, between or after them, and an exponent.
 bool looksLikeFloat(std::string_view text) {
     text = withoutSign(text);
     std::size_t digits = takeDigits(text);

@@ -143,7 +143,7 @@ private:
     YamlNode root;
 };
 
-/// What to do about the mistakes that descriptions invite.
+/// What to do about errors that are common in descriptions.
 std::string hintFor(std::string const &problem) {
     if (problem == "illegal map value") return "; put a text with ': ' in it in quotes, and indent entries alike";
     if (problem == "illegal block entry") return "; write the stream name - in quotes: \"-\"";
@@ -186,7 +186,7 @@ std::optional<YamlNode> parseYaml(std::string const &text, YamlOrigin const &ori
                           "larger than " + std::to_string(largestDescription >> 20) + " MiB, the most that is read");
         return std::nullopt;
     }
-    if (auto const place = findControlCharacter(text)) return refuse(*place, "a control character: this is no text");
+    if (auto const place = findControlCharacter(text)) return refuse(*place, "a control character: this is not a text");
 
     std::istringstream in(text);
     TreeBuilder tree(origin, text.size(), diagnostics);

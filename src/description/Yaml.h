@@ -45,10 +45,10 @@ struct YamlOrigin {
     }
 };
 
-/// Reads one document. A text that is no YAML gives one error and nothing else. What descriptions don't use is refused,
-/// an error each: aliases and anchors, tags, merge keys, keys that come twice or are no scalars, a second document,
-/// nesting deeper than 32, characters that no text holds, and texts above largestDescription. Time and memory are
-/// bounded by the size of the text.
+/// Reads one document. A text that is not YAML gives one error and nothing else. What descriptions don't use is
+/// refused, an error each: aliases and anchors, tags, merge keys, keys that come twice or are not scalars, a second
+/// document, nesting deeper than 32, characters that no text holds, and texts above largestDescription. Time and memory
+/// are bounded by the size of the text.
 std::optional<YamlNode> parseYaml(std::string const &text, YamlOrigin const &origin, DiagnosticList &diagnostics);
 
 } // namespace zun::engine

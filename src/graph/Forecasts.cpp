@@ -1,4 +1,4 @@
-// What the nodes tell ahead of the run: the files that they use, and what the streams will hold.
+// What the nodes forecast: the files that they will use, and what the streams will hold.
 #include <algorithm>
 #include <filesystem>
 #include <limits>

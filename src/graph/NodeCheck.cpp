@@ -53,7 +53,7 @@ bool GraphBuilder::findType(GraphNode &node) {
         std::vector<std::string> known;
         for (NodeRegistry::Entry const *other : NodeRegistry::entries()) known.push_back(other->type);
         error(node, described.typePlace, "",
-              "has an unknown type" + (known.empty() ? ": no node types are known, load a plug-in that has some"
+              "has an unknown type" + (known.empty() ? ": no node types are known; load a plug-in that has some"
                                                      : diagnostics.knownNames(described.type, known)));
         return false;
     }
@@ -116,7 +116,7 @@ void GraphBuilder::checkLimits(GraphNode &node) {
                   "has no output " + quoted(limit.port) + " to limit" + diagnostics.knownNames(limit.port, names));
 }
 
-/// Fills in what the type's facts tell of the ports, among it types that an option holds.
+/// Fills in what the type's facts say about the ports, including a type that an option holds.
 void GraphBuilder::settleTypes(GraphNode &node) {
     NodeFacts const &facts = node.type->facts;
     for (GraphPort &input : node.inputs) {

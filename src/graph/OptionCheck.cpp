@@ -156,7 +156,7 @@ void GraphBuilder::checkOptions(GraphNode &node) {
         error(node, node.description->place, name, "needs option " + quoted(name) + ", of type " + known.at(name).type);
 }
 
-/// What happens to a number on its way into an int is defined, but hardly meant.
+/// Converting a number to an int that can't hold it is defined, but rarely intended.
 void GraphBuilder::warnOfLostDigits(GraphNode const &node, OptionSetting const &setting) {
     auto const option = node.type->specification.options.find(setting.name);
     if (option == node.type->specification.options.end() || canonicalType(option->second.type) != "int") return;

@@ -41,7 +41,7 @@ void AtomicFile::write(std::string_view bytes) {
         if (step < 0 && errno == EINTR) continue;
         if (step < 0) {
             int const reason = errno;
-            // What stood there before is kept whole; if even this fails, the first reason is still the one to tell.
+            // Keeps what was written before whole. If this fails too, the first reason is still the one to report.
             if (::ftruncate(descriptor, static_cast<off_t>(size)) == 0)
                 ::lseek(descriptor, static_cast<off_t>(size), SEEK_SET);
             errno = reason;

@@ -122,7 +122,7 @@ struct FrameReader::Implementation {
         codec.reset(avcodec_alloc_context3(decoder));
         if (!codec || !packet || !picture) throw std::bad_alloc();
         avcodec_parameters_to_context(codec.get(), stream->codecpar);
-        codec->thread_count = 1; // the engine runs nodes side by side already
+        codec->thread_count = 1; // the run calls nodes side by side already
         codec->err_recognition = AV_EF_CRCCHECK | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_EXPLODE;
         codec->pkt_timebase = stream->time_base;
         error = avcodec_open2(codec.get(), decoder, nullptr);
@@ -165,7 +165,7 @@ struct FrameReader::Implementation {
         return true;
     }
 
-    /// Hands the decoder its next packet, or tells it that there is none.
+    /// Sends the decoder its next packet, or the end of the stream.
     void feed() {
         while (!draining) {
             int const read = av_read_frame(format, packet.get());

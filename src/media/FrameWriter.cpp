@@ -229,7 +229,7 @@ struct VideoWriter::Implementation {
         moveIntoPlace(temporary, file);
     }
 
-    /// Leaves nothing behind.
+    /// Closes the file and removes it.
     void abandon() {
         if (format == nullptr) return;
         close();

@@ -118,7 +118,7 @@ private:
 
     std::uint64_t start() const { return static_cast<std::uint64_t>(first); }
 
-    /// By its name, because the engine asks before the file is opened.
+    /// By its name, because the check asks before the file is opened.
     bool isVideo() const { return !isStillName(path); }
 
     std::uint64_t countFiles() const {

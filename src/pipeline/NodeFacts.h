@@ -1,4 +1,4 @@
-// What a node type tells a host of itself, beside its specification and its documentation.
+// What a node type declares to hosts, beside its specification and its documentation.
 //
 // All of it comes from the node's own file (see node/Table.h), so that every plug-in has the same means.
 #pragma once
@@ -76,7 +76,7 @@ struct FileUse {
     std::string text;
 };
 
-/// What a node can tell of itself ahead of the run.
+/// What a node knows ahead of the run.
 struct Forecast {
     std::map<std::string, std::uint64_t> bytes; ///< output port -> bytes of one value, where known
     std::vector<std::string> problems;          ///< why the node would fail, such as an input file that is missing
@@ -116,7 +116,7 @@ struct NodeFacts {
     /// that no value can hurt. Thread-safe; called before process(), on the same thread.
     std::optional<Diagnostic> (*guard)(PipelineNode const &node, TickInputs const &inputs) = nullptr;
 
-    /// Asked ahead of the run of a node that is built and not yet initialised; null for a type with nothing to tell.
+    /// Asked ahead of the run of a node that is built and not yet initialised; null for a type without a forecast.
     Forecast (*forecast)(PipelineNode const &node) = nullptr;
 
     Input const *findInput(std::string const &name) const { return find(inputs, name); }

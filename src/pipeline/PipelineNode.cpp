@@ -9,8 +9,8 @@ namespace zun {
 std::int32_t outputSpace(std::int32_t limit, std::uint32_t hardwareThreads, std::uint64_t buffered) {
     if (limit == 0) return std::numeric_limits<std::int32_t>::max();
     auto const factor = static_cast<std::uint32_t>(limit);
-    std::uint32_t const room = limit > 0 ? factor * hardwareThreads : 0u - factor;
-    return static_cast<std::int32_t>(room - static_cast<std::uint32_t>(buffered));
+    std::uint32_t const space = limit > 0 ? factor * hardwareThreads : 0u - factor;
+    return static_cast<std::int32_t>(space - static_cast<std::uint32_t>(buffered));
 }
 
 PipelineState::~PipelineState() = default;

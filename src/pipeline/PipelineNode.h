@@ -20,7 +20,7 @@ struct OutputLimit {
     std::int32_t reserved = 0; ///< always 0
 };
 
-/// The room that a limit leaves on a stream with `buffered` values: without bound (the largest int) for 0,
+/// The space that a limit leaves on a stream with `buffered` values: without bound (the largest int) for 0,
 /// limit x hardwareThreads - buffered for a positive limit, -limit - buffered for a negative one. All in 32-bit
 /// arithmetic that wraps; `buffered` is cut to its low 32 bits.
 std::int32_t outputSpace(std::int32_t limit, std::uint32_t hardwareThreads, std::uint64_t buffered);
@@ -90,7 +90,7 @@ public:
     /// The limit of each output, in the order of the node's table; outputs that are not connected are named "-".
     virtual std::vector<OutputLimit> getOutputLimits() = 0;
 
-    /// The least room on any of the outputs now; see outputSpace().
+    /// The least space on any of the outputs now; see outputSpace().
     virtual std::int32_t getOutputBufferSpace() = 0;
 
     /// How many values of a stream have to wait before the node can process `tick`. Base: 1, the tick's own. A host

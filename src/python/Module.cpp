@@ -23,7 +23,7 @@ constexpr char const *moduleText = R"(Image-processing nodes, called one at a ti
     photo = numpy.zeros((480, 640, 3), numpy.uint8)
     small = zun.call("ResizeImage", {"input": photo}, {"width": 320, "height": 240})["output"]
 
-Values, by the type expression of a port (zun.specification tells it):
+Values, by the type expression of a port (see zun.specification):
 
     zun::Mat<unsigned char, 2>      uint8 array (H, W): grey 0..255, or binary 0 and 1
     zun::Mat<zun::Vec3b, 2>         uint8 array (H, W, 3): RGB; also written zun::Mat<RGBPixel, 2>

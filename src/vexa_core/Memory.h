@@ -5,7 +5,7 @@
 
 namespace zun {
 
-/// A quarter of the machine's memory, in bytes: what pools and runs keep to unless told otherwise. Thread-safe.
+/// A quarter of the machine's memory, in bytes: the bound of pools and runs where a host sets none. Thread-safe.
 std::uint64_t quarterOfMemory();
 
 } // namespace zun

@@ -1,4 +1,4 @@
-// How the sources of this room call OpenCV.
+// How the sources of this library call OpenCV.
 #pragma once
 
 #include <cstdint>

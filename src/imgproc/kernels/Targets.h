@@ -20,7 +20,7 @@ inline constexpr std::string_view plainTarget = "plain";
 std::vector<std::string> targets();
 
 /// Makes kernels of the whole process run for this target from now on; for tests and measurements. Throws
-/// std::invalid_argument, saying what there is, for a name that targets() doesn't give. Not to be called while kernels
+/// std::invalid_argument, listing the targets, for a name that targets() doesn't give. Not to be called while kernels
 /// run.
 void useTarget(std::string_view name);
 
@@ -29,7 +29,7 @@ void useBestTarget();
 
 /// Makes kernels run for the target that the environment variable ZUN_TARGET names, or for the best that the machine
 /// has where it is empty or not set, and returns the target's name. Throws std::invalid_argument, naming the variable
-/// and what there is, for another text. Not to be called while kernels run.
+/// and the targets, for another text. Not to be called while kernels run.
 std::string useTargetOfEnvironment();
 
 } // namespace zun::kernels

@@ -10,7 +10,7 @@
 
 namespace zun {
 
-/// The parsed form of one option value. `type` tells which of the value fields is valid.
+/// The parsed form of one option value. `type` says which of the value fields is valid.
 struct OptionNode {
     enum class Type : std::int32_t { NONE = 0, VECTOR = 1, BOOL = 2, INT = 3, FLOAT = 4, STRING = 5 };
 

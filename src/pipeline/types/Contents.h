@@ -81,7 +81,7 @@ struct Contents<std::vector<T>> {
 };
 
 /// What the object itself counts for. Headers of frames are not counted: a frame is as large as its pixels, which is
-/// what nodes can tell ahead.
+/// what nodes can forecast.
 template <class T>
 inline constexpr std::uint64_t objectBytes = sizeof(T);
 template <class T, int N>
