@@ -67,9 +67,9 @@ void Variables::substituteScalar(YamlNode &scalar, YamlOrigin const &origin) {
             if (found == variables.end()) return refuse(unknown(name));
             found->second.used = true;
             if (!found->second.known) return void(scalar.kind = YamlNode::Kind::Refused);
-            if (found->second.value.size() > roomLeft)
+            if (found->second.value.size() > spaceLeft)
                 return refuse("the variables make the description larger than is read; use fewer or shorter ones");
-            roomLeft -= found->second.value.size();
+            spaceLeft -= found->second.value.size();
             result += found->second.value;
             at = end + 1;
         }

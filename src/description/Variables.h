@@ -41,7 +41,7 @@ private:
     std::string unknown(std::string const &name);
 
     std::map<std::string, Variable> variables;
-    std::size_t roomLeft = largestDescription; ///< for what variables add to the text
+    std::size_t spaceLeft = largestDescription; ///< for what variables add to the text
     DiagnosticList &diagnostics;
 };
 
