@@ -6,7 +6,7 @@
 #
 #   --nodes, --pipelines   only the one or the other
 #   --markdown             print tables that go into a page as they are
-# All else, such as the size of the frames, goes to bench_nodes; its --help tells more.
+# All else, such as the size of the frames, goes to bench_nodes; its --help lists them.
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 
 nodes=true pipelines=true markdown=() others=()

@@ -47,7 +47,7 @@ std::string useText(NodeRegistry::Entry const &entry) {
     return text + "    options: {" + options + "}\n";
 }
 
-/// "; 0 nearest, 1 mean", or "; from 1 to 100": what makes sense for an option.
+/// "; 0 nearest, 1 mean": the values of an option that stand for something.
 std::string senseText(NodeFacts::Option const *option) {
     if (option == nullptr) return "";
     std::string text;
