@@ -15,6 +15,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "containers/Mat.h"
@@ -62,8 +63,9 @@ public:
     /// The value at an input of any type, if it is a `T`.
     template <class T>
     T const *as(InputStream<Variant> const &stream) const {
-        auto const *const held = dynamic_cast<VariantType<T> const *>(inputs.at(stream.port));
-        return held != nullptr ? &held->value : nullptr;
+        Variant const *const value = inputs.at(stream.port);
+        bool const isIt = value != nullptr && typeid(*value) == typeid(VariantType<T>);
+        return isIt ? &static_cast<VariantType<T> const *>(value)->value : nullptr;
     }
 
 private:

@@ -22,6 +22,8 @@ void RunNodes::build(GraphNode const &wiring, PipelineState &state) {
     RunNode &entry = nodes.emplace_back();
     entry.wiring = &wiring;
     entry.label = wiring.label();
+    for (StreamRead const &read : wiring.reads) entry.reads.push_back(streamName(read.stream));
+    for (GraphPort const &output : wiring.outputs) entry.writes.push_back(streamName(output.stream));
     try {
         entry.node.reset(wiring.type->factory({&state, static_cast<int>(wiring.index)}, wiring.description->config()));
     } catch (Exception const &failure) {

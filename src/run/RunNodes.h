@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "graph/Graph.h"
@@ -24,7 +25,8 @@ struct RunNode {
     };
 
     GraphNode const *wiring = nullptr;
-    std::string label; ///< 'name' (Type), for messages
+    std::string label;                           ///< 'name' (Type), for messages
+    std::vector<std::string_view> reads, writes; ///< names of the streams, in the order of the wiring
     std::unique_ptr<PipelineNode> node;
     std::vector<Change> changes;    ///< in the order of their ticks
     std::size_t changesStarted = 0; ///< of these, how many a task has taken with it

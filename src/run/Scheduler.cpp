@@ -15,32 +15,39 @@ Scheduler::Scheduler(RunNodes &runNodes, RunPlan const &runPlan, Progress &runPr
     : nodes(runNodes), plan(runPlan), progress(runProgress), states(nodes.nodes.size()), end(plan.end),
       startsBelow(plan.end), done(plan.first), highestStarted(plan.first), laggards(nodes.nodes.size()) {
     Graph const &graph = nodes.graph;
-    for (GraphStream const &stream : graph.streams)
-        streams.push_back({StreamBuffer(plan.first), stream.capacity, stream.consumers.size(), stream.producer()});
+    streams.resize(graph.streams.size());
+    for (std::size_t i = 0; i < streams.size(); i++) {
+        GraphStream const &stream = graph.streams[i];
+        streams[i].capacity = stream.capacity;
+        streams[i].readers = stream.consumers.size();
+        streams[i].producer = stream.producer();
+        streams[i].buffered = &nodes.buffered[i];
+    }
     for (GraphNode const &node : graph.nodes) {
         NodeState &state = states[node.index];
+        state.index = node.index;
         state.node = &nodes.nodes[node.index];
         state.rank = node.rank;
         state.next = state.completedBelow = plan.first;
+        for (StreamRead const &read : node.reads) state.reads.push_back(&streams[read.stream]);
         for (std::size_t i = 0; i < node.outputs.size(); i++) {
             GraphStream const &stream = graph.streams[node.outputs[i].stream];
             if (!stream.isRead()) continue;
-            state.writes.push_back({i, node.outputs[i].stream});
-            state.consumers.insert(state.consumers.end(), stream.consumers.begin(), stream.consumers.end());
+            state.writes.push_back({i, &streams[node.outputs[i].stream]});
+            for (std::size_t const consumer : stream.consumers) state.consumers.push_back(&states[consumer]);
         }
-        for (StreamRead const &read : node.reads) state.reads.push_back(read.stream);
-        if (nodes.nodes[node.index].generator) generators.push_back(node.index);
+        if (state.node->generator) generators.push_back(node.index);
     }
-    for (std::size_t node = 0; node < states.size(); node++) offer(node);
+    for (NodeState &state : states) offer(state);
 }
 
 Task *Scheduler::take() {
     while (!ready.empty())
-        if (Task *const task = start(ready.take().node)) return task;
+        if (Task *const task = start(states[ready.take().node])) return task;
     return nullptr;
 }
 
-Task *Scheduler::takeAny(std::size_t choice) { return start(ready.takeAny(choice).node); }
+Task *Scheduler::takeAny(std::size_t choice) { return start(states[ready.takeAny(choice).node]); }
 
 bool Scheduler::worthWaking(Task const &taken) const {
     if (ready.empty()) return false;
@@ -67,10 +74,10 @@ Tick Scheduler::certainBelow() const {
 bool Scheduler::hasInputsAndSpace(NodeState const &state) const {
     bool const mayOverlap = state.node->selfParallel && !state.alone && !state.node->changeDue(state.next);
     if ((state.running != 0 && !mayOverlap) || !state.unsettled.empty()) return false;
-    for (std::size_t const stream : state.reads)
-        if (!streams[stream].buffer.holds(state.next)) return false;
+    for (StreamState const *stream : state.reads)
+        if (!stream->buffer.holds(state.next)) return false;
     for (Write const &write : state.writes)
-        if (streams[write.stream].buffer.size() >= streams[write.stream].capacity) return false;
+        if (write.stream->buffer.size() >= write.stream->capacity) return false;
     return true;
 }
 
@@ -81,26 +88,23 @@ bool Scheduler::isWithinRun(NodeState const &state) const {
 }
 
 /// What other nodes, the host or the node itself can change at any time.
-bool Scheduler::isPermitted(std::size_t index) {
-    NodeState const &state = states[index];
+bool Scheduler::isPermitted(NodeState &state) {
     bool const isCertain = !state.node->sideEffects || state.next < certainBelow();
     if (isCertain && isWithinRun(state) && state.node->node->readyForProcessingInputs()) return true;
-    if (state.next < endOfStarts()) hold(index);
+    if (state.next < endOfStarts()) hold(state);
     return false;
 }
 
-void Scheduler::offer(std::size_t index) {
-    NodeState &state = states[index];
-    if (state.queued || !hasInputsAndSpace(state) || !isPermitted(index)) return;
+void Scheduler::offer(NodeState &state) {
+    if (state.queued || !hasInputsAndSpace(state) || !isPermitted(state)) return;
     state.queued = true;
-    ready.push({state.next, state.rank, index});
+    ready.push({state.next, state.rank, state.index});
 }
 
-Task *Scheduler::start(std::size_t index) {
-    NodeState &state = states[index];
+Task *Scheduler::start(NodeState &state) {
     state.queued = false;
     if (!isWithinRun(state)) {
-        if (state.next < endOfStarts()) hold(index);
+        if (state.next < endOfStarts()) hold(state);
         return nullptr;
     }
 
@@ -109,7 +113,7 @@ Task *Scheduler::start(std::size_t index) {
     state.idleTasks.pop_back();
     task->begin(state.next);
     for (std::size_t i = 0; i < state.reads.size(); i++) {
-        StreamBuffer::Slot &slot = streams[state.reads[i]].buffer.at(state.next);
+        StreamBuffer::Slot &slot = state.reads[i]->buffer.at(state.next);
         Task::Input &input = task->inputs[i];
         input.shared = slot.readersLeft > 1;
         input.type = slot.type;
@@ -118,7 +122,7 @@ Task *Scheduler::start(std::size_t index) {
         else
             input.value = std::move(slot.value);
     }
-    for (Write const &write : state.writes) streams[write.stream].buffer.reserve(state.next);
+    for (Write const &write : state.writes) write.stream->buffer.reserve(state.next);
     bytesExpected += state.outputBytes;
     task->bytesExpected = state.outputBytes;
 
@@ -127,15 +131,14 @@ Task *Scheduler::start(std::size_t index) {
     state.running++;
     running++;
     highestStarted = std::max(highestStarted, state.next);
-    if (state.node->selfParallel) offer(index);
+    if (state.node->selfParallel) offer(state);
     return task;
 }
 
 void Scheduler::complete(Task *task) {
     std::unique_ptr<Task> finished(task);
-    std::size_t const index = task->node->index();
     Tick const tick = task->tick;
-    NodeState &state = states[index];
+    NodeState &state = states[task->node->index()];
     state.running--;
     running--;
     bytesExpected -= task->bytesExpected;
@@ -154,20 +157,20 @@ void Scheduler::complete(Task *task) {
         release(*task);
         state.idleTasks.push_back(std::move(finished));
     }
-    if (!state.unsettled.empty() && state.running == 0) settle(index);
+    if (!state.unsettled.empty() && state.running == 0) settle(state);
 
     countBytes();
     bool const overlaps = state.node->selfParallel && !state.alone && !state.node->generator;
-    if (!overlaps) offer(index); // one whose ticks overlap was offered when this tick started
-    for (std::size_t const consumer : state.consumers)
-        if (states[consumer].next <= tick) offer(consumer);
+    if (!overlaps) offer(state); // one whose ticks overlap was offered when this tick started
+    for (NodeState *consumer : state.consumers)
+        if (consumer->next <= tick) offer(*consumer);
     offerHeld();
 }
 
 /// Asks a generator that wrote nothing, and that is inside no call now, whether it has ended.
-void Scheduler::settle(std::size_t index) {
-    auto const waiting = std::exchange(states[index].unsettled, {});
-    if (nodes.nodes[index].node->processProgressNeverPossible())
+void Scheduler::settle(NodeState &state) {
+    auto const waiting = std::exchange(state.unsettled, {});
+    if (state.node->node->processProgressNeverPossible())
         for (std::unique_ptr<Task> const &task : waiting) end = std::min(end, task->tick);
     startsBelow = std::min(startsBelow, end);
     for (std::unique_ptr<Task> const &task : waiting) {
@@ -186,15 +189,14 @@ void Scheduler::publish(Task &task) {
     NodeState &state = states[task.node->index()];
     state.outputBytes = 0;
     for (Write const &write : state.writes) {
-        StreamState &stream = streams[write.stream];
+        StreamState &stream = *write.stream;
         StreamBuffer::Slot &slot = stream.buffer.at(task.tick);
         slot.value = std::move(task.outputs[write.output]);
         slot.type = slot.value != nullptr ? typeOn(stream, *slot.value) : nullptr;
         slot.bytes = slot.type != nullptr ? slot.type->bytes(*slot.value) : 0;
         slot.readersLeft = stream.readers;
         slot.written = true;
-        std::atomic<std::uint64_t> &buffered = nodes.buffered[write.stream];
-        buffered.store(buffered.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        stream.buffered->store(stream.buffered->load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         bytesInFlight += slot.bytes;
         state.outputBytes += slot.bytes;
     }
@@ -212,18 +214,17 @@ ValueType const *Scheduler::typeOn(StreamState &stream, Variant const &value) {
 
 /// Lets go of what a task holds; a value goes with its last reader, and its space on the stream with it.
 void Scheduler::release(Task &task) {
-    std::vector<std::size_t> const &reads = states[task.node->index()].reads;
+    std::vector<StreamState *> const &reads = states[task.node->index()].reads;
     for (std::size_t i = 0; i < reads.size(); i++) {
         task.inputs[i].value.reset();
-        StreamState &stream = streams[reads[i]];
+        StreamState &stream = *reads[i];
         StreamBuffer::Slot &slot = stream.buffer.at(task.tick);
         if (--slot.readersLeft > 0) continue;
         bytesInFlight -= slot.bytes;
-        std::atomic<std::uint64_t> &buffered = nodes.buffered[reads[i]];
-        buffered.store(buffered.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+        stream.buffered->store(stream.buffered->load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
         bool const wasFull = stream.buffer.size() >= stream.capacity;
         stream.buffer.release(task.tick);
-        if (wasFull) offer(stream.producer);
+        if (wasFull) offer(states[stream.producer]);
     }
     for (std::shared_ptr<Variant> &output : task.outputs) output.reset();
 }
@@ -260,16 +261,16 @@ void Scheduler::noteCompletion(Task const &task) {
     progress.ticksDone.store(done - plan.first, std::memory_order_relaxed);
 }
 
-void Scheduler::hold(std::size_t node) {
-    if (!std::exchange(states[node].held, true)) held.push_back(node);
+void Scheduler::hold(NodeState &state) {
+    if (!std::exchange(state.held, true)) held.push_back(&state);
 }
 
 /// Gives those another chance that wait for something other than their neighbours.
 void Scheduler::offerHeld() {
     if (held.empty()) return;
-    std::vector<std::size_t> const waiting = std::exchange(held, {});
-    for (std::size_t node : waiting) states[node].held = false;
-    for (std::size_t node : waiting) offer(node);
+    std::vector<NodeState *> const waiting = std::exchange(held, {});
+    for (NodeState *state : waiting) state->held = false;
+    for (NodeState *state : waiting) offer(*state);
 }
 
 void Scheduler::countBytes() {
@@ -280,8 +281,8 @@ void Scheduler::countBytes() {
 
 bool Scheduler::awaitsNode() {
     offerHeld();
-    return ready.empty() && std::any_of(held.begin(), held.end(), [&](std::size_t node) {
-               return !nodes.nodes[node].node->readyForProcessingInputs();
+    return ready.empty() && std::any_of(held.begin(), held.end(), [](NodeState const *state) {
+               return !state->node->node->readyForProcessingInputs();
            });
 }
 
@@ -298,26 +299,28 @@ Outcome Scheduler::outcome() const {
 
 std::string Scheduler::explainStall() const {
     std::string text = "the run stalled at tick " + std::to_string(done) + ": no node can go on";
-    for (std::size_t node = 0; node < states.size(); node++)
-        if (states[node].next < endOfStarts()) text += "\n  " + explainWait(node);
+    for (NodeState const &state : states)
+        if (state.next < endOfStarts()) text += "\n  " + explainWait(state);
     return text;
 }
 
-std::string Scheduler::explainWait(std::size_t node) const {
+std::string Scheduler::explainWait(NodeState const &state) const {
     Graph const &graph = nodes.graph;
-    Tick const tick = states[node].next;
-    std::string text = "node " + nodes.nodes[node].label + ", tick " + std::to_string(tick) + ":";
-    for (std::size_t const index : states[node].reads)
-        if (!streams[index].buffer.holds(tick))
-            text += " waits for stream '" + graph.streams[index].name + "' from node " +
-                    nodes.nodes[graph.streams[index].producer()].label + ";";
-    for (Write const &write : states[node].writes) {
-        StreamState const &stream = streams[write.stream];
-        GraphStream const &about = graph.streams[write.stream];
+    auto const about = [&](StreamState const &stream) -> GraphStream const & {
+        return graph.streams[static_cast<std::size_t>(&stream - streams.data())];
+    };
+    Tick const tick = state.next;
+    std::string text = "node " + state.node->label + ", tick " + std::to_string(tick) + ":";
+    for (StreamState const *stream : state.reads)
+        if (!stream->buffer.holds(tick))
+            text += " waits for stream '" + about(*stream).name + "' from node " + nodes.nodes[stream->producer].label +
+                    ";";
+    for (Write const &write : state.writes) {
+        StreamState const &stream = *write.stream;
         if (stream.buffer.size() >= stream.capacity)
-            text += " is blocked by stream '" + about.name + "', whose limit " + std::to_string(about.limit) +
-                    " leaves space for " + std::to_string(stream.capacity) + " values and which holds " +
-                    std::to_string(stream.buffer.size()) + ";";
+            text += " is blocked by stream '" + about(stream).name + "', whose limit " +
+                    std::to_string(about(stream).limit) + " leaves space for " + std::to_string(stream.capacity) +
+                    " values and which holds " + std::to_string(stream.buffer.size()) + ";";
     }
     text.back() = '.';
     return text;

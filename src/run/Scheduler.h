@@ -16,6 +16,7 @@
 // Nothing here waits or locks; the executors call it from one thread at a time.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -59,13 +60,24 @@ public:
     Outcome outcome() const;
 
 private:
+    struct StreamState {
+        StreamBuffer buffer;
+        std::int64_t capacity = 0;
+        std::size_t readers = 0;                        ///< nodes
+        std::size_t producer = 0;                       ///< node
+        std::atomic<std::uint64_t> *buffered = nullptr; ///< what nodes are told of the stream
+        std::type_info const *lastInfo = nullptr;
+        ValueType const *lastType = nullptr; ///< of values with `lastInfo`
+    };
+
     /// An output whose values somebody reads.
     struct Write {
         std::size_t output; ///< of the node
-        std::size_t stream;
+        StreamState *stream;
     };
 
     struct NodeState {
+        std::size_t index = 0;
         RunNode *node = nullptr;
         int rank = 0;
         Tick next = 0;                    ///< the tick it starts next
@@ -79,45 +91,35 @@ private:
         double nanoseconds = 0;        ///< what one process() takes, on average
         std::uint64_t outputBytes = 0; ///< what its last tick wrote
 
+        std::vector<StreamState *> reads;
+        std::vector<Write> writes;
+        std::vector<NodeState *> consumers; ///< nodes that read what it writes
         std::vector<std::unique_ptr<Task>> idleTasks;
 
         /// Of a generator: ticks at which it wrote nothing. Whether the run ends with them shows when none of its ticks
         /// runs.
         std::vector<std::unique_ptr<Task>> unsettled;
-
-        std::vector<std::size_t> reads; ///< streams
-        std::vector<Write> writes;
-        std::vector<std::size_t> consumers; ///< nodes that read what it writes
-    };
-
-    struct StreamState {
-        StreamBuffer buffer;
-        std::int64_t capacity = 0;
-        std::size_t readers = 0; ///< nodes
-        std::size_t producer = 0;
-        std::type_info const *lastInfo = nullptr;
-        ValueType const *lastType = nullptr; ///< of values with `lastInfo`
     };
 
     bool hasInputsAndSpace(NodeState const &state) const;
     bool isWithinRun(NodeState const &state) const;
-    bool isPermitted(std::size_t node);
-    void offer(std::size_t node);
-    Task *start(std::size_t node);
-    void settle(std::size_t node);
+    bool isPermitted(NodeState &state);
+    void offer(NodeState &state);
+    Task *start(NodeState &state);
+    void settle(NodeState &state);
     void conclude(Task &task);
     void publish(Task &task);
     ValueType const *typeOn(StreamState &stream, Variant const &value);
     void release(Task &task);
     void noteCompletion(Task const &task);
     void noteFailure(Task const &task);
-    void hold(std::size_t node);
+    void hold(NodeState &state);
     void offerHeld();
     Tick endOfStarts() const;
     Tick certainBelow() const;
     void countBytes();
     std::string explainStall() const;
-    std::string explainWait(std::size_t node) const;
+    std::string explainWait(NodeState const &state) const;
 
     RunNodes &nodes;
     RunPlan const plan;
@@ -127,7 +129,7 @@ private:
     std::vector<StreamState> streams; ///< by stream
     std::vector<std::size_t> generators;
     ReadyQueue ready;
-    std::vector<std::size_t> held; ///< nodes that wait for bytes, for certainty, or for themselves
+    std::vector<NodeState *> held; ///< nodes that wait for bytes, for certainty, or for themselves
 
     Tick end;             ///< first tick that is not run
     Tick startsBelow;     ///< the end, or, after a failure, what comes after its tick

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "containers/Variant.h"
@@ -11,7 +12,8 @@
 
 namespace zun::engine {
 
-/// A window of ticks, from the oldest that still has a reader. Not thread-safe.
+/// A ring, in which a tick has its place modulo the ring's length; it grows when a place is still taken. Not
+/// thread-safe.
 class StreamBuffer {
 public:
     struct Slot {
@@ -19,50 +21,48 @@ public:
         ValueType const *type = nullptr; ///< of the value; null for a type that nobody has made known
         std::uint64_t bytes = 0;
         std::size_t readersLeft = 0;
-        bool taken = false;   ///< there is space set aside, or a value
+        Tick tick = nobody;   ///< that has set space aside here, or a value
         bool written = false; ///< may be read
     };
 
-    explicit StreamBuffer(Tick first) : oldest(first), slots(4), mask(slots.size() - 1) {}
+    StreamBuffer() : slots(4), mask(slots.size() - 1) {}
 
     /// Ticks that take up space: reserved or written, and not yet released by all readers.
     std::int64_t size() const { return occupied; }
 
-    bool holds(Tick tick) const { return inWindow(tick) && slots[index(tick)].written; }
+    bool holds(Tick tick) const {
+        Slot const &slot = slots[tick & mask];
+        return slot.tick == tick && slot.written;
+    }
 
     void reserve(Tick tick) {
-        while (tick - oldest > mask) grow();
-        slots[index(tick)].taken = true;
-        youngest = tick + 1 > youngest ? tick + 1 : youngest;
+        while (slots[tick & mask].tick != nobody) grow();
+        slots[tick & mask].tick = tick;
         occupied++;
     }
 
     /// The slot of a tick that was reserved.
-    Slot &at(Tick tick) { return slots[index(tick)]; }
+    Slot &at(Tick tick) { return slots[tick & mask]; }
 
     /// Makes the space of a tick free again.
     void release(Tick tick) {
-        Slot &slot = slots[index(tick)];
+        Slot &slot = at(tick);
         slot.value.reset();
-        slot.taken = slot.written = false;
+        slot.tick = nobody;
+        slot.written = false;
         occupied--;
-        while (oldest < youngest && !slots[index(oldest)].taken) oldest++;
     }
 
 private:
-    std::size_t index(Tick tick) const { return static_cast<std::size_t>(tick) & mask; }
-    bool inWindow(Tick tick) const { return tick >= oldest && tick < youngest; }
+    static constexpr Tick nobody = endless;
 
     void grow() {
-        std::vector<Slot> wider(slots.size() * 2);
-        for (Tick tick = oldest; tick < youngest; tick++)
-            wider[static_cast<std::size_t>(tick) & (wider.size() - 1)] = std::move(slots[index(tick)]);
-        slots = std::move(wider);
+        std::vector<Slot> const narrower = std::exchange(slots, std::vector<Slot>(slots.size() * 2));
         mask = slots.size() - 1;
+        for (Slot const &slot : narrower)
+            if (slot.tick != nobody) slots[slot.tick & mask] = slot;
     }
 
-    Tick oldest;
-    Tick youngest = 0; ///< one past the last tick that was reserved
     std::int64_t occupied = 0;
     std::vector<Slot> slots; ///< a power of two
     std::size_t mask;

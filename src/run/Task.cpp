@@ -128,8 +128,8 @@ std::shared_ptr<Variant> TaskState::getLinearInput(PipelineNode const *node, Tic
                         " outside of its process() for that tick");
     RunNodes const &run = *current.run;
     for (std::size_t i = 0; i < task->inputs.size(); i++) {
+        if (task->node->reads[i] != stream) continue;
         StreamRead const &read = task->node->wiring->reads[i];
-        if (run.streamName(read.stream) != stream) continue;
         Task::Input &held = task->inputs[i];
         if (held.value == nullptr && mustExist) {
             RunNode const &writer = run.nodes[run.graph.streams[read.stream].producer()];
@@ -149,7 +149,7 @@ void TaskState::setLinearOutput(Tick tick, std::string stream, std::shared_ptr<V
         throw Exception("a node writes stream '" + stream + "' at tick " + std::to_string(tick) +
                         " outside of its process() for that tick");
     for (std::size_t i = 0; i < task->outputs.size(); i++) {
-        if (current.run->streamName(task->node->wiring->outputs[i].stream) != stream) continue;
+        if (task->node->writes[i] != stream) continue;
         task->outputs[i] = std::move(value);
         return;
     }
