@@ -1,6 +1,6 @@
 # One folder of src/ is one room: a library that sees its own headers and those of the rooms it names, and no others.
-# Each room gets an include folder of its own in the build tree that holds a link to it, so an include of a room that
-# is not named in USES does not build.
+# Each room gets an include folder of its own in the build tree that holds a link to it, so an include of a room
+# that can't be reached from USES does not build. tests/build sees to it that a room names all that it includes.
 
 # zun_room(NAME KIND SOURCES ... [USES ...] [PRIVATE_USES ...] [LINKS ...])
 #   KIND          SHARED, STATIC, MODULE or INTERFACE
