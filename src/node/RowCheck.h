@@ -29,6 +29,13 @@ struct TypeOfRow {
     static constexpr bool isTrue = IsTrue;
 };
 
+/// The same of an output that refers to another row of the table.
+template <class Class, Literal Row, Literal Reference, bool IsThere>
+struct ReferenceOfRow {
+    static_assert(IsThere, "shapedLike() of this row has to name an input of the same table, and typeFrom() an option");
+    static constexpr bool isTrue = IsThere;
+};
+
 template <class Class, class T>
 constexpr bool namesFieldType(char const *expression) {
     if constexpr (requires { Class::templateParameter; }) {
@@ -51,42 +58,47 @@ constexpr bool typesAreTrue(std::index_sequence<I...>) {
             ... && true);
 }
 
-#undef ZUN_LITERAL
-
 template <class Class, auto const &Rows>
 constexpr bool typesAreTrue() {
     using Tuple = std::remove_cvref_t<decltype(Rows)>;
     return typesAreTrue<Class, Rows>(std::make_index_sequence<std::tuple_size_v<Tuple>>());
 }
 
-/// Whether a name stands in a list of rows.
+/// Whether a reference leads to one of the rows; an empty one is none.
 template <class Rows>
-constexpr bool hasRow(Rows const &rows, std::string_view name) {
-    bool found = false;
+constexpr bool leadsTo(Rows const &rows, std::string_view name) {
+    bool found = name.empty();
     forEachRow(rows, [&](auto const &row) { found = found || name == row.name; });
     return found;
 }
 
-template <class Class>
-constexpr bool outputsReferToRows() {
-    bool all = true;
-    forEachRow(Class::Table::outputs, [&](auto const &output) {
-        std::string_view const input = output.likeInput, option = output.typeOption;
-        all = all && (input.empty() || input == connectedInput || hasRow(Class::Table::inputs, input));
-        all = all && (option.empty() || hasRow(Class::Table::options, option));
-    });
-    return all;
+template <class Class, auto const &Outputs, std::size_t... I>
+constexpr bool referencesAreTrue(std::index_sequence<I...>) {
+    return ((ReferenceOfRow < Class, ZUN_LITERAL(std::get<I>(Outputs).name),
+             ZUN_LITERAL(std::get<I>(Outputs).likeInput),
+             std::string_view(std::get<I>(Outputs).likeInput) == connectedInput ||
+                 leadsTo(Class::Table::inputs, std::get<I>(Outputs).likeInput) > ::isTrue &&
+                     ReferenceOfRow<Class, ZUN_LITERAL(std::get<I>(Outputs).name),
+                                    ZUN_LITERAL(std::get<I>(Outputs).typeOption),
+                                    leadsTo(Class::Table::options, std::get<I>(Outputs).typeOption)>::isTrue) &&
+            ... && true);
 }
+
+#undef ZUN_LITERAL
 
 } // namespace detail
 
 /// Does not compile where a row of the class's table says something of its field that is not so.
 template <class Class>
 constexpr bool rowsAreTrue() {
-    static_assert(detail::outputsReferToRows<Class>(),
-                  "shapedLike() has to name an input of the same table, and typeFrom() an option");
-    return detail::typesAreTrue<Class, Class::Table::inputs>() &&
-           detail::typesAreTrue<Class, Class::Table::outputs>() && detail::typesAreTrue<Class, Class::Table::options>();
+    using Outputs = std::remove_cvref_t<decltype(Class::Table::outputs)>;
+    // All are asked, so that the compiler reports every row that lies.
+    constexpr bool inputs = detail::typesAreTrue<Class, Class::Table::inputs>();
+    constexpr bool outputs = detail::typesAreTrue<Class, Class::Table::outputs>();
+    constexpr bool options = detail::typesAreTrue<Class, Class::Table::options>();
+    constexpr bool references =
+        detail::referencesAreTrue<Class, Class::Table::outputs>(std::make_index_sequence<std::tuple_size_v<Outputs>>());
+    return inputs && outputs && options && references;
 }
 
 } // namespace zun
