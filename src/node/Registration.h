@@ -15,7 +15,8 @@
 namespace zun {
 
 /// The version of the headers that this file is compiled with; a host reads it before it loads the library.
-[[gnu::used, gnu::section(ZUN_API_SECTION)]] static char const apiVersion[] = ZUN_API_MARK ZUN_TEXT(ZUN_API_VERSION);
+[[gnu::used, gnu::retain, gnu::section(ZUN_API_SECTION)]] static char const apiVersion[] =
+    ZUN_API_MARK ZUN_TEXT(ZUN_API_VERSION);
 
 template <class T>
 void NodeRegistry::registerNode(std::string type) {
