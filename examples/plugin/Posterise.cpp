@@ -20,10 +20,13 @@ public:
             .type = "Posterise", .sourcePath = "Posterise", .summary = "Keeps a few values of each channel"};
         static constexpr auto inputs =
             zun::rows(zun::input("input", "zun::Mat<zun::Vec3b, 2>", &Posterise::input, "the frame"));
-        static constexpr auto outputs =
-            zun::rows(zun::output("output", "zun::Mat<zun::Vec3b, 2>", &Posterise::output, "its poster"));
+        // The size of its frames is known ahead of the run, so that `zun check` can tell what memory it takes.
+        static constexpr auto outputs = zun::rows(
+            zun::output("output", "zun::Mat<zun::Vec3b, 2>", &Posterise::output, "its poster").shapedLike("input"));
+        // `zun check` warns of a value that is out of range.
         static constexpr auto options =
-            zun::rows(zun::option("levels", "int", "4", &Posterise::levels, "values of each channel, from 2 to 256"));
+            zun::rows(zun::option("levels", "int", "4", &Posterise::levels, "values of each channel, from 2 to 256")
+                          .between(2, 256));
     };
 
     void process(zun::Tick tick) override {
