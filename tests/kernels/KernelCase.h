@@ -21,7 +21,7 @@ struct KernelCase {
 
     std::string name; ///< the kernel's, then what is special about the setting
     Content content;
-    std::size_t (*inputBytes)(FrameSize), (*outputBytes)(FrameSize);
+    std::function<std::size_t(FrameSize)> inputBytes, outputBytes;
     std::function<void(Form, unsigned char const *in, unsigned char *out, FrameSize)> run;
     /// The sizes that the kernel is defined for.
     std::function<bool(FrameSize)> takes = [](FrameSize) { return true; };
@@ -44,16 +44,14 @@ Function *formOf(KernelCase::Form form, Function *plain, Function *fast) {
 
 // The table's parts.
 std::vector<KernelCase> binaryCases();
-std::vector<KernelCase> blurCases();
 std::vector<KernelCase> colourCases();
-std::vector<KernelCase> equaliseCases();
+std::vector<KernelCase> filteringCases();
+std::vector<KernelCase> geometryCases();
 std::vector<KernelCase> maskCases();
-std::vector<KernelCase> resizeCases();
-std::vector<KernelCase> warpCases();
 
 inline std::vector<KernelCase> kernelCases() {
     std::vector<KernelCase> all;
-    for (auto const part : {binaryCases, blurCases, colourCases, equaliseCases, maskCases, resizeCases, warpCases})
+    for (auto const part : {binaryCases, colourCases, filteringCases, geometryCases, maskCases})
         for (KernelCase &one : part()) all.push_back(std::move(one));
     return all;
 }

@@ -56,74 +56,35 @@ struct Fill {
 
     void operator()(unsigned char *bytes, std::size_t count) const {
         std::mt19937 random(variant);
-        switch (content) {
-        case Content::bytes:
-            for (std::size_t i = 0; i < count; i++) bytes[i] = byte(random, i);
-            return;
-        case Content::binary:
-            for (std::size_t i = 0; i < count; i++) bytes[i] = binary(random, i);
-            return;
-        case Content::floats:
+        if (content == Content::floats) {
             for (std::size_t i = 0; i + sizeof(float) <= count; i += sizeof(float)) {
                 float const value = number(random);
                 std::memcpy(bytes + i, &value, sizeof value);
             }
+            return;
+        }
+        for (std::size_t i = 0; i < count; i++) {
+            auto const any = static_cast<unsigned>(random());
+            unsigned const ways[] = {any, any % 2 * 255, 255, unsigned(i), 120 + any % 9};
+            unsigned const binary[] = {any % 2, any % 16 != 0, 1, unsigned(i / 37 % 2), any % 8 != 0 ? 1 : any >> 8};
+            bytes[i] = static_cast<unsigned char>((content == Content::binary ? binary : ways)[variant]);
         }
     }
 
 private:
-    unsigned char byte(std::mt19937 &random, std::size_t i) const {
-        switch (variant) {
-        case 0:
-            return static_cast<unsigned char>(random());
-        case 1:
-            return random() % 2 != 0 ? 255 : 0;
-        case 2:
-            return 255;
-        case 3:
-            return static_cast<unsigned char>(i);
-        default:
-            return static_cast<unsigned char>(120 + random() % 9);
-        }
-    }
-
-    unsigned char binary(std::mt19937 &random, std::size_t i) const {
-        switch (variant) {
-        case 0:
-            return random() % 2 != 0;
-        case 1:
-            return random() % 16 != 0;
-        case 2:
-            return 1;
-        case 3:
-            return i / 37 % 2 != 0;
-        default:
-            return static_cast<unsigned char>(random() % 8 != 0 ? 1 : random()); // no binary frame at all
-        }
-    }
-
     float number(std::mt19937 &random) const {
         constexpr float infinity = std::numeric_limits<float>::infinity();
         static constexpr float odd[] = {
             0.0f,  -0.0f,  1.0f,          255.0f,        256.0f,
             -1.0f, 1e-42f, 2147483520.0f, 2147483648.0f, -2147483648.0f,
             1e30f, -1e30f, infinity,      -infinity,     std::numeric_limits<float>::quiet_NaN()};
-        std::uniform_real_distribution<float> unit(0, 1), wide(-600, 600);
-        switch (variant) {
-        case 0:
-            return unit(random);
-        case 1:
-            return unit(random) - 0.5f;
-        case 2:
-            return odd[random() % std::size(odd)];
-        case 3:
-            return wide(random);
-        default:
-            return 0.25f;
-        }
+        auto const any = static_cast<unsigned>(random());
+        float const unit = static_cast<float>(any >> 8) / 16777216.0f;
+        float const ways[] = {unit, unit - 0.5f, odd[any % std::size(odd)], unit * 1200 - 600, 0.25f};
+        return ways[variant];
     }
 };
-constexpr unsigned fillVariants = 6;
+constexpr unsigned fillVariants = 5;
 
 /// Widths past three of the widest vectors, and some frames of many rows.
 std::vector<FrameSize> sizes() {
@@ -181,16 +142,10 @@ INSTANTIATE_TEST_SUITE_P(All, Kernels, testing::ValuesIn(kernelCases()), [](auto
     return name;
 });
 
-TEST(Targets, AreThoseOfTheMachine) {
+TEST(Targets, AreDifferentAndThePlainOneIsTheLast) {
     std::vector<std::string> const all = targets();
     EXPECT_EQ(all.back(), plainTarget);
     EXPECT_EQ(std::set<std::string>(all.begin(), all.end()).size(), all.size());
-    try {
-        useTarget("MMX");
-        FAIL() << "there is no such target";
-    } catch (std::invalid_argument const &error) {
-        EXPECT_EQ(std::string(error.what()).find("\"MMX\" is not a target of this machine, which has "), 0u);
-    }
 }
 
 } // namespace

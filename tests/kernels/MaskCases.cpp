@@ -89,28 +89,20 @@ KernelCase blend(std::string name, int top, int left, std::uint32_t more, bool u
 } // namespace
 
 std::vector<KernelCase> maskCases() {
-    return {paste("through 0 and 1", Content::binary, 0),
-            paste("through any bytes", Content::bytes, 0),
-            paste("into part of a frame", Content::binary, 20),
-            pasteOnItself(0),
-            pasteOnItself(1),
-            pasteOnItself(-1),
-            pasteOnItself(20),
-            pasteOnItself(-60),
-            pasteOnItself(1000),
-            ellipse("that fits the frame", 0, 0, 1),
-            ellipse("of half the size", 0, 0, 2),
-            ellipse("beside the middle", -3, 20, 1),
-            ellipse("below the frame", 1000, 0, 1),
-            ellipse("of no size", 0, 0, 1000),
-            blend("inside", 0, 0, 0),
-            blend("further inside", 3, 5, 0),
-            blend("over the right and the bottom edge", 1, 20, 7),
-            blend("over the left and the top edge", -1, -19, 10),
-            blend("over all edges", -9, -40, mostMore),
-            blend("from the last row", -1, 3, 1, true),
-            blend("beside the frame", 0, 1000, 0),
-            blend("at the largest ints", 2147483647, -2147483647 - 1, 3)};
+    std::vector<KernelCase> all;
+    all.insert(all.end(), {paste("through 0 and 1", Content::binary, 0), paste("through any bytes", Content::bytes, 0),
+                           paste("into part of a frame", Content::binary, 20), pasteOnItself(0), pasteOnItself(1),
+                           pasteOnItself(-1), pasteOnItself(20), pasteOnItself(-60), pasteOnItself(1000)});
+    all.insert(all.end(), {ellipse("that fits the frame", 0, 0, 1), ellipse("of half the size", 0, 0, 2),
+                           ellipse("beside the middle", -3, 20, 1), ellipse("below the frame", 1000, 0, 1),
+                           ellipse("of no size", 0, 0, 1000)});
+    all.insert(all.end(),
+               {blend("inside", 0, 0, 0), blend("further inside", 3, 5, 0),
+                blend("over the right and the bottom edge", 1, 20, 7),
+                blend("over the left and the top edge", -1, -19, 10), blend("over all edges", -9, -40, mostMore),
+                blend("from the last row", -1, 3, 1, true), blend("beside the frame", 0, 1000, 0),
+                blend("at the largest ints", 2147483647, -2147483647 - 1, 3)});
+    return all;
 }
 
 } // namespace zun::kernels

@@ -1,4 +1,5 @@
 #include "KernelCase.h"
+#include "imgproc/kernels/BoxBlur.h"
 #include "imgproc/kernels/Equalise.h"
 #include "imgproc/kernels/SlidingEqualise.h"
 
@@ -6,6 +7,17 @@ namespace zun::kernels {
 namespace {
 
 using Form = KernelCase::Form;
+
+std::string by(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
+
+template <int channels>
+KernelCase blur(BoxSize box) {
+    return {"boxBlur " + std::string(channels == 1 ? "grey " : "RGB ") + by(box.width, box.height), Content::bytes,
+            frameBytes<channels>, frameBytes<channels>,
+            [box](Form form, unsigned char const *in, unsigned char *out, FrameSize size) {
+                formOf(form, plain::boxBlur, boxBlur)(in, out, size, channels, box);
+            }};
+}
 
 KernelCase grey() {
     return {"equaliseGrey",
@@ -47,25 +59,24 @@ KernelCase inWindows(std::string special, WindowSeries alongRows, WindowSeries a
 
 } // namespace
 
-std::vector<KernelCase> equaliseCases() {
+std::vector<KernelCase> filteringCases() {
     constexpr int longest = 2147483647;
-    return {grey(),
-            firstChannel(1),
-            firstChannel(16),
-            firstChannel(256),
-            firstChannel(1000),
-            firstChannel(5000),
-            inWindows("64x64, step 1", {1, 64}, {1, 64}),
-            inWindows("64x64, step 2", {2, 64}, {2, 64}),
-            inWindows("64x64, step 3", {3, 64}, {3, 64}),
-            inWindows("64x64, step 8", {8, 64}, {8, 64}),
-            inWindows("5x5, step 2", {2, 5}, {2, 5}),
-            inWindows("1x5, step 1", {1, 1}, {1, 5}),
-            inWindows("64x5, steps 8 and 1", {8, 64}, {1, 5}),
-            inWindows("5x64, steps 1 and 8", {1, 5}, {8, 64}),
-            inWindows("66x6, steps 13 and 4", {13, 66}, {4, 6}),
-            inWindows("whole frame, steps 1 and 3", {1, longest}, {3, longest - 1}),
-            inWindows("whole frame at once", {longest, longest}, {longest, longest})};
+    std::vector<KernelCase> all{grey(), inWindows("whole frame, steps 1 and 3", {1, longest}, {3, longest - 1}),
+                                inWindows("whole frame at once", {longest, longest}, {longest, longest})};
+    for (BoxSize const box :
+         {BoxSize{1, 1}, {2, 2}, {3, 3}, {9, 9}, {31, 31}, {16, 5}, {7, 130}, {300, 400}, {0, 3}, {4, 0}, {0, 0}}) {
+        all.push_back(blur<1>(box));
+        all.push_back(blur<3>(box));
+    }
+    for (int const bins : {1, 16, 256, 1000, 5000}) all.push_back(firstChannel(bins));
+    WindowSeries const windows[][2] = {{{1, 64}, {1, 64}}, {{2, 64}, {2, 64}}, {{3, 64}, {3, 64}},
+                                       {{8, 64}, {8, 64}}, {{2, 5}, {2, 5}},   {{1, 1}, {1, 5}},
+                                       {{8, 64}, {1, 5}},  {{1, 5}, {8, 64}},  {{13, 66}, {4, 6}}};
+    for (auto const &[alongRows, alongColumns] : windows)
+        all.push_back(
+            inWindows(by(alongRows.length, alongColumns.length) + ", steps " + by(alongRows.step, alongColumns.step),
+                      alongRows, alongColumns));
+    return all;
 }
 
 } // namespace zun::kernels
