@@ -15,8 +15,6 @@ namespace {
 
 using zun::test::mutated;
 
-using Expected = std::vector<std::pair<std::string, std::string>>;
-
 /// Reads a description and expects these diagnostics and no others.
 Description read(std::string const &text, Overrides const &overrides = {}, Expected const &expected = {}) {
     SCOPED_TRACE(text.substr(0, 100));
@@ -78,10 +76,8 @@ TEST(Description, SettingsReplaceOrAddOptions) {
 }
 
 TEST(Description, ReportsAllThatIsWrongAtOnce) {
-    struct {
-        char const *text;
-        Expected diagnostics; // by column
-    } const lines[] = {
+    std::pair<char const *, Expected> const lines[] = {
+        // with what is expected, by column
         {"variables:", {}},
         {"  size: 2", {{"3: warning: ", "'size' is not used"}}},
         {"nodes:", {}},
@@ -126,10 +122,7 @@ TEST(Description, ReportsAllThatIsWrongAtOnce) {
 TEST(Description, RefusesWhatYamlHasAndDescriptionsDoNot) {
     std::string const huge(largestDescription + 1, ' '), deep = std::string(40, '[') + std::string(40, ']');
     std::string const nodes = "nodes: [{type: A}]\n";
-    struct {
-        std::string text;
-        Expected diagnostics;
-    } const cases[] = {
+    std::pair<std::string, Expected> const cases[] = {
         {"nodes: [{type: A, type: B}]", {{"f:1:19: error: ", "'type' comes twice, first at f:1:10"}}},
         {"nodes: [{type: A, options: {x: &a 1, y: *a}}]", {{"f:1:32: ", "anchors"}, {"f:1:41: ", "aliases"}}},
         {"nodes: [{type: A, <<: {name: b}}]", {{"f:1:19: error: ", "merge keys"}}},

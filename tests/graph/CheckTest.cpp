@@ -12,7 +12,7 @@ namespace zun::engine::test {
 namespace {
 
 /// Has an option of each kind, and values whose type one of them settles.
-class CheckMake : public Node {
+struct CheckMake : Node {
     std::string type;
     int count = 0;
     float ratio = 0;
@@ -22,7 +22,6 @@ class CheckMake : public Node {
     OutputStream<Variant> value;
     OutputStream<Box> box;
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "CheckMake", .sourcePath = "test"};
@@ -44,13 +43,12 @@ public:
 };
 
 template <class T>
-class CheckCut : public Node {
+struct CheckCut : Node {
     InputStream<Mat<T, 2>> image;
     InputStream<Box> box;
     InputStream<int> extra;
     OutputStream<Mat<T, 2>> result;
 
-public:
     using Node::Node;
     static constexpr TemplateParameter<T> templateParameter{"T", {{{"Vec3b", "zun::Vec3b"}, {"Vec3f", "zun::Vec3f"}}}};
     struct Table : NoRows {
@@ -65,11 +63,10 @@ public:
 };
 
 /// Reads or writes a file; "%" in its path stands for a number.
-class CheckFile : public Node {
+struct CheckFile : Node {
     std::string path;
     bool write = false;
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "CheckFile", .sourcePath = "test"};
@@ -88,13 +85,12 @@ public:
 };
 
 /// Has options of all kinds.
-class CheckSense : public Node {
+struct CheckSense : Node {
     std::string colour;
     int level = 0, method = 0;
     float angle = 0, share = 0;
     Vec2i size{};
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "CheckSense", .sourcePath = "test"};
@@ -109,8 +105,7 @@ public:
     void process(Tick) override {}
 };
 
-class CheckForeign : public Node {
-public:
+struct CheckForeign : Node {
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "CheckForeign", .sourcePath = "test", .classCode = 2};
@@ -118,7 +113,9 @@ public:
     void process(Tick) override {}
 };
 
-using Expected = std::vector<std::pair<std::string, std::string>>;
+Expected problemOrNone(char const *begin, std::string const &problem) {
+    return problem.empty() ? Expected{} : Expected{{begin, problem}};
+}
 
 class Check : public testing::Test {
 protected:
@@ -158,11 +155,9 @@ TEST_F(Check, AcceptsWhatConvertsToAnOptionsTypeAndNothingElse) {
           {"[1, 2], count: [3]", "write a number such as 10"},
           {"[1, 2], count: 1.5", "warning: node 'make' (CheckMake): option 'count' is an int, so '1.5'"},
           {"[1, 2], count: 4294967301", "becomes 5"}}) {
-        Expected expected;
-        if (*problem != '\0') expected.emplace_back("2:", problem);
         expect(make + options + ", type: int}}\n- {type: TestFrameSum, inputs: {in: b}, outputs: {out: sum}}\n" +
                    summed,
-               expected);
+               problemOrNone("2:", problem));
     }
 }
 
@@ -274,9 +269,8 @@ TEST_F(Check, RefusesTwoWritersOfAFileAndAWriterOfOneThatIsRead) {
           {"a.png", reads, "a.png", reads, ""},
           {"a-%.png", writes, "a-b.png", reads, ""},
           {"a-%.png", writes, "b-%.png", writes, ""}}) {
-        Expected expected;
-        if (*clash != '\0') expected.emplace_back("3:10: error: node 'y' (CheckFile) ", clash);
-        expect(use(first, firstAccess, "x") + use(second, secondAccess, "y"), expected);
+        expect(use(first, firstAccess, "x") + use(second, secondAccess, "y"),
+               problemOrNone("3:10: error: node 'y' (CheckFile) ", clash));
     }
 }
 
@@ -295,9 +289,7 @@ TEST_F(Check, WarnsOfValuesThatMakeNoSense) {
           {"angle: 90", "angles are in radians; so many degrees are 1.5708"},
           {"share: 1.5", "makes sense from 0 to 1"},
           {"share: 0.5", ""}}) {
-        Expected expected;
-        if (*problem != '\0') expected.emplace_back("2:", problem);
-        expect("- {type: CheckSense, name: s, options: {" + std::string(option) + "}}\n", expected);
+        expect("- {type: CheckSense, name: s, options: {" + std::string(option) + "}}\n", problemOrNone("2:", problem));
     }
 }
 

@@ -1,4 +1,5 @@
 #include <limits>
+#include <numeric>
 #include <random>
 #include <thread>
 
@@ -33,43 +34,56 @@ Way const ways[] = {{"sequential", Kind::Sequential, 1},  {"shuffled 1", Kind::S
                     {"two threads", Kind::Threads, 2},    {"eight threads", Kind::Threads, 8}};
 
 /// Runs a graph in every way and hands each result to `judge`.
-void runEveryWay(std::vector<NodeDescription> const &nodes, auto judge, RunOptions const &options = {}) {
+void runEveryWay(std::string const &nodes, auto judge, RunOptions const &options = {}) {
     for (Way const &way : ways) {
         SCOPED_TRACE(way.name);
         judge(runGraph(nodes, way.with(options)));
     }
 }
 
+/// A sink that is called as the stream that it reads, and so are its notes.
+std::string sink(std::string const &stream) {
+    return "- {type: TestSink, name: " + stream + ", inputs: {in: " + stream + "}, options: {label: " + stream + "}}\n";
+}
+
+/// Numbers, as many as there are ticks.
+std::string numbers(int length) {
+    return "- {type: TestSource, outputs: {out: numbers}, options: {length: " + std::to_string(length) + "}}\n";
+}
+
+/// A source, a mixer with these options and this limit, and a sink.
+std::string line(std::string const &options = "", int limit = 2, int length = 50) {
+    return numbers(length) + "- {type: TestMix, name: mix, inputs: {a: numbers}, outputs: {out: result}, options: {" +
+           options + "}, limits: {out: " + std::to_string(limit) + "}}\n" + sink("result");
+}
+
 /// Some nodes in random order of size, kind and limit, each fed by streams that stand before it, and a sink on every
 /// other stream.
-std::vector<NodeDescription> randomGraph(std::uint64_t seed) {
+std::string randomGraph(std::uint64_t seed) {
     std::mt19937_64 random(seed);
-    auto const draw = [&](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
-    auto const limit = [&] { return draw(7) - 3; };
-    std::vector<NodeDescription> nodes;
-    std::vector<std::string> streams;
-    auto const any = [&] { return streams[static_cast<std::size_t>(draw(static_cast<int>(streams.size())))]; };
-    for (int i = 0, sources = 1 + draw(3); i < sources; i++) {
+    auto const draw = [&](int begin, int end) { return begin + static_cast<int>(random() % unsigned(end - begin)); };
+    auto const number = [&](int begin, int end) { return std::to_string(draw(begin, end)); };
+    std::vector<std::string> nodes, streams;
+    auto const any = [&] { return streams[random() % streams.size()]; };
+    for (int i = 0, sources = draw(1, 4); i < sources; i++) {
         streams.push_back("source" + std::to_string(i));
-        nodes.push_back(
-            node("TestSource", streams.back(), {}, {{"out", streams.back()}},
-                 {{draw(2) == 0 ? "length" : "endsAt", number(20 + draw(40))}, {"scale", number(1 + draw(9))}},
-                 {{"out", limit()}}));
+        nodes.push_back("- {type: TestSource, outputs: {out: " + streams.back() + "}, limits: {out: " + number(-3, 4) +
+                        "}, options: {" + (draw(0, 2) == 0 ? "length: " : "endsAt: ") + number(20, 60) +
+                        ", scale: " + number(1, 10) + "}}\n");
     }
-    for (int i = 0, mixers = 4 + draw(8); i < mixers; i++) {
+    for (int i = 0, mixers = draw(4, 12); i < mixers; i++) {
         std::string const name = "mix" + std::to_string(i);
-        Bindings inputs{{"a", any()}};
-        if (draw(2) == 0) inputs.emplace_back("b", any());
-        nodes.push_back(node(draw(2) == 0 ? "TestMix" : "TestMixSerial", name, inputs,
-                             {{"out", name}, {"second", draw(3) == 0 ? name + "+" : "-"}},
-                             {{"seed", number(draw(1000))}, {"work", number(draw(2))}},
-                             {{"out", limit()}, {"second", limit()}}));
+        nodes.push_back("- {type: " + std::string(draw(0, 2) == 0 ? "TestMix" : "TestMixSerial") +
+                        ", inputs: {a: " + any() + (draw(0, 2) == 0 ? ", b: " + any() : "") +
+                        "}, outputs: {out: " + name + ", second: " + (draw(0, 3) == 0 ? name + "+" : "\"-\"") +
+                        "}, options: {seed: " + number(0, 1000) + ", work: " + number(0, 2) +
+                        "}, limits: {out: " + number(-3, 4) + ", second: " + number(-3, 4) + "}}\n");
         streams.push_back(name);
     }
     for (std::string const &stream : streams)
-        if (draw(2) == 0) nodes.push_back(sink(stream));
+        if (draw(0, 2) == 0) nodes.push_back(sink(stream));
     std::shuffle(nodes.begin(), nodes.end(), random);
-    return nodes;
+    return std::accumulate(nodes.begin(), nodes.end(), std::string());
 }
 
 TEST(Executors, GiveTheSameValuesInTickOrderForRandomGraphs) {
@@ -87,51 +101,41 @@ TEST(Executors, GiveTheSameValuesInTickOrderForRandomGraphs) {
     }
 }
 
-std::vector<NodeDescription> lineWith(NodeDescription middle, int length = 50) {
-    return {node("TestSource", "source", {}, {{"out", "numbers"}}, {{"length", number(length)}}), std::move(middle),
-            sink("result")};
-}
-
-NodeDescription mix(Options const &options = {}, int limit = 2) {
-    return node("TestMix", "mix", {{"a", "numbers"}}, {{"out", "result"}}, options, {{"out", limit}});
+/// Frames made of numbers.
+std::string frames(std::string const &options = "", int limit = 2) {
+    return "- {type: TestFrame, inputs: {in: numbers}, outputs: {out: frames}, options: {" + options +
+           "}, limits: {out: " + std::to_string(limit) + "}}\n";
 }
 
 TEST(Executors, EndEverySinkAtTheSameTickWhenOneSourceEndsUnforeseen) {
-    runEveryWay({node("TestSource", "short", {}, {{"out", "s"}}, {{"endsAt", number(9)}}),
-                 node("TestMixSerial", "slow", {{"a", "s"}}, {{"out", "slow"}}, {{"work", number(1)}}),
-                 node("TestSource", "long", {}, {{"out", "fast"}}, {{"length", number(500)}}), sink("slow"),
-                 sink("fast")},
+    runEveryWay("- {type: TestSource, outputs: {out: s}, options: {endsAt: 9}}\n"
+                "- {type: TestMixSerial, inputs: {a: s}, outputs: {out: slow}, options: {work: 1}}\n" +
+                    numbers(500) + sink("slow") + sink("numbers"),
                 [](RunResult const &result) {
                     EXPECT_EQ(result.error, "");
                     EXPECT_EQ(result.ticks, 9u);
                     EXPECT_EQ(result.received.at("slow").size(), 9u);
-                    EXPECT_EQ(result.received.at("fast").size(), 9u);
-                    EXPECT_EQ(result.flushedAt.at("fast"), 9u);
+                    EXPECT_EQ(result.received.at("numbers").size(), 9u);
+                    EXPECT_EQ(result.flushedAt.at("numbers"), 9u);
                 });
 }
 
 TEST(Executors, RefuseARunWithoutAnEnd) {
-    std::vector<NodeDescription> const nodes{node("TestMix", "mix", {}, {{"out", "x"}}), sink("x")};
+    std::string const nodes = "- {type: TestMix, outputs: {out: x}}\n" + sink("x");
     runEveryWay(nodes, [](RunResult const &result) { expectParts(result.error, {"nothing ends this run"}); });
     EXPECT_EQ(runGraph(nodes, {.end = 10}).received.at("x").size(), 10u);
 }
 
 TEST(Failures, NameNodeTickAndStreamsAndLeaveTheTicksBeforeComplete) {
-    struct {
-        NodeDescription middle;
-        std::string error;
-        std::size_t complete;
-    } const cases[] = {
-        // The earlier failure comes later in time: by then tick 30 has failed already wherever ticks overlap.
-        {mix({{"failAt", number(28)}, {"alsoFailAt", number(30)}}, 0),
-         "node 'mix' (TestMix) failed at tick 28 (reads 'numbers'; writes 'result'): broken", 28},
-        {mix({{"skip", number(3)}}),
-         "node 'result' (TestSink) failed at tick 3 (reads 'result'): stream 'result' holds no value at this tick: "
-         "node 'mix' (TestMix) wrote none",
-         3},
-    };
-    for (auto const &[middle, error, complete] : cases)
-        runEveryWay(lineWith(middle), [&, error = error, complete = complete](RunResult result) {
+    // The earlier failure comes later in time: by then tick 30 has failed already wherever ticks overlap.
+    for (auto const &[nodes, error, complete] :
+         {std::tuple(line("failAt: 28, alsoFailAt: 30", 0),
+                     "node 'mix' (TestMix) failed at tick 28 (reads 'numbers'; writes 'result'): broken", 28u),
+          {line("skip: 3"),
+           "node 'result' (TestSink) failed at tick 3 (reads 'result'): stream 'result' holds no value at this tick: "
+           "node 'mix' (TestMix) wrote none",
+           3u}})
+        runEveryWay(nodes, [&, error = error, complete = complete](RunResult result) {
             EXPECT_EQ(result.error, error);
             EXPECT_EQ(result.received["result"].size(), complete);
             EXPECT_EQ(result.flushedAt["result"], complete);
@@ -139,27 +143,21 @@ TEST(Failures, NameNodeTickAndStreamsAndLeaveTheTicksBeforeComplete) {
 }
 
 TEST(Failures, NameBothTypesOfAValueThatItsReaderDoesNotTake) {
-    std::vector<NodeDescription> const begin{
-        node("TestSource", "source", {}, {{"out", "numbers"}}, {{"length", number(3)}}),
-        node("TestFrame", "frames", {{"in", "numbers"}}, {{"out", "frames"}}),
-        node("TestRelay", "relay", {{"in", "frames"}}, {{"out", "anything"}})};
-    for (auto const &[type, takes] : {std::pair("TestDoubles", "zun::Mat<double, 2>"), {"TestMix", "int"}}) {
-        auto nodes = begin;
-        std::string const port = takes == std::string("int") ? "a" : "in";
-        nodes.push_back(node(type, "reader", {{port, "anything"}}, {{"out", "result"}}));
-        nodes.push_back(sink("result"));
-        runEveryWay(nodes, [&, takes = takes](RunResult const &result) {
-            expectParts(result.error,
-                        {"node 'reader'", "failed at tick 0",
-                         "stream 'anything' holds a value of type zun::Mat<unsigned char, 2> (8 x 8), but "
-                         "input '" +
-                             port + "' takes " + takes});
-        });
-    }
+    for (std::string const type : {"TestDoubles, inputs: {in: anything}", "TestMix, inputs: {a: anything}"})
+        runEveryWay(numbers(3) + frames() +
+                        "- {type: TestRelay, inputs: {in: frames}, outputs: {out: anything}}\n- {name: reader, type: " +
+                        type + ", outputs: {out: result}}\n" + sink("result"),
+                    [&](RunResult const &result) {
+                        expectParts(result.error,
+                                    {"node 'reader'", "failed at tick 0",
+                                     "stream 'anything' holds a value of type zun::Mat<unsigned char, 2> (8 x 8), but ",
+                                     type.starts_with("TestMix") ? "input 'a' takes int"
+                                                                 : "input 'in' takes zun::Mat<double, 2>"});
+                    });
 }
 
 TEST(Executors, AskAGeneratorForItsEndWhenNoneOfItsTicksRuns) {
-    runEveryWay({node("TestSparse", "source", {}, {{"out", "numbers"}}, {{"length", number(40)}}), sink("numbers")},
+    runEveryWay("- {type: TestSparse, outputs: {out: numbers}, options: {length: 40}}\n" + sink("numbers"),
                 [](RunResult const &result) {
                     EXPECT_EQ(result.error, "");
                     EXPECT_EQ(result.violations, std::vector<std::string>{});
@@ -170,43 +168,36 @@ TEST(Executors, AskAGeneratorForItsEndWhenNoneOfItsTicksRuns) {
 }
 
 TEST(Stalls, ListNodeTickStreamAndLimit) {
-    // -limit wraps to a negative number of values.
-    auto const nodes = lineWith(mix({}, std::numeric_limits<int>::min()));
     for (Way const &way : ways)
         if (way.executor != Kind::Sequential) // that one has no limits to stall at
-            expectParts(runGraph(nodes, way.with()).error,
+            expectParts(runGraph(line("", std::numeric_limits<int>::min()), way.with()).error, // wraps below zero
                         {"stalled at tick 0",
                          "node 'mix' (TestMix), tick 0: is blocked by stream 'result', whose limit -2147483648",
                          "node 'result' (TestSink), tick 0: waits for stream 'result' from node 'mix'"});
 }
 
-TEST(Limits, BoundTheBytesInFlight) {
-    runEveryWay(
-        {node("TestSource", "source", {}, {{"out", "numbers"}}, {{"length", number(80)}}),
-         node("TestFrame", "frames", {{"in", "numbers"}}, {{"out", "frames"}}, {{"side", number(400)}}, {{"out", 0}}),
-         node("TestFrameSum", "sum", {{"in", "frames"}}, {{"out", "sums"}}, {}, {{"out", 0}}),
-         node("TestMixSerial", "slow", {{"a", "sums"}}, {{"out", "slow"}}, {{"work", number(1)}}), sink("slow")},
-        [](RunResult const &result) {
-            EXPECT_EQ(result.error, "");
-            EXPECT_EQ(result.received.at("slow").size(), 80u);
-            EXPECT_LE(result.bytesPeak, 1'020'000u);
-        },
-        {.maxBytes = 1'000'000});
+TEST(Limits, BoundTheBytesInFlightAndLetTheOldestTickPass) {
+    runEveryWay(numbers(80) + frames("side: 400", 0) +
+                    "- {type: TestFrameSum, inputs: {in: frames}, outputs: {out: sums}, limits: {out: 0}}\n"
+                    "- {type: TestMixSerial, inputs: {a: sums}, outputs: {out: slow}, options: {work: 1}}\n" +
+                    sink("slow"),
+                [](RunResult const &result) {
+                    EXPECT_EQ(result.error, "");
+                    EXPECT_EQ(result.received.at("slow").size(), 80u);
+                    EXPECT_LE(result.bytesPeak, 1'020'000u);
+                },
+                {.maxBytes = 1'000'000});
+    runEveryWay(line(), [](RunResult const &result) { EXPECT_EQ(result.error, ""); }, {.maxBytes = 1});
 }
 
-TEST(Limits, SmallerThanOneValueStillLetTheOldestTickPass) {
-    runEveryWay(lineWith(mix()), [](RunResult const &result) { EXPECT_EQ(result.error, ""); }, {.maxBytes = 1});
-}
+std::string const paint = "- {type: TestPaint, inputs: {in: frames}, outputs: {out: painted}}\n"
+                          "- {type: TestFrameSum, inputs: {in: painted}, outputs: {out: after}}\n" +
+                          sink("after");
 
 TEST(FramesChangedInPlace, AreCopiedWhereAnotherNodeReadsThemToo) {
     for (bool const sameStorage : {false, true})
-        runEveryWay({node("TestSource", "source", {}, {{"out", "numbers"}}, {{"length", number(40)}}),
-                     node("TestFrame", "frames", {{"in", "numbers"}}, {{"out", "frames"}},
-                          {{"sameStorage", OptionNode::ofBool(sameStorage)}}),
-                     node("TestPaint", "paint", {{"in", "frames"}}, {{"out", "painted"}}),
-                     node("TestFrameSum", "plain", {{"in", "frames"}}, {{"out", "plain"}}),
-                     node("TestFrameSum", "after", {{"in", "painted"}}, {{"out", "after"}}), sink("plain"),
-                     sink("after")},
+        runEveryWay(numbers(40) + frames(sameStorage ? "sameStorage: true" : "") + paint +
+                        "- {type: TestFrameSum, inputs: {in: frames}, outputs: {out: plain}}\n" + sink("plain"),
                     [&](RunResult const &result) {
                         ASSERT_EQ(result.error, "");
                         for (auto const &[stream, added] : {std::pair("plain", 0), std::pair("after", 1)})
@@ -218,26 +209,21 @@ TEST(FramesChangedInPlace, AreCopiedWhereAnotherNodeReadsThemToo) {
 TEST(FramesChangedInPlace, AreHandedOverAsTheyAreToASingleReader) {
     auto const requests = [] { return MatAlloc::getGlobalMatAlloc()->counters().requests; };
     auto before = requests();
-    runEveryWay({node("TestSource", "source", {}, {{"out", "numbers"}}, {{"length", number(1)}}),
-                 node("TestFrame", "frames", {{"in", "numbers"}}, {{"out", "frames"}}),
-                 node("TestPaint", "paint", {{"in", "frames"}}, {{"out", "painted"}}),
-                 node("TestFrameSum", "sum", {{"in", "painted"}}, {{"out", "sum"}}), sink("sum")},
-                [&](RunResult const &result) {
-                    EXPECT_EQ(result.error, "");
-                    EXPECT_EQ(requests() - std::exchange(before, requests()), 1u);
-                });
+    runEveryWay(numbers(1) + frames() + paint, [&](RunResult const &result) {
+        EXPECT_EQ(result.error, "");
+        EXPECT_EQ(requests() - std::exchange(before, requests()), 1u);
+    });
 }
 
 TEST(Stop, CompletesTheTicksThatBegan) {
-    auto nodes = lineWith(mix({{"work", number(1)}}, -20), -1);
-    nodes.push_back(sink("numbers")); // is ahead of the other by the values on their streams
     for (Way const &way : ways) {
-        Progress progress;
+        auto const progress = std::make_shared<Progress>();
         std::jthread const stopper([&] {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            progress.stop = true;
+            progress->stop = true;
         });
-        RunResult const result = runGraph(nodes, way.with(), progress);
+        // The second sink is ahead of the first by the values on their streams.
+        RunResult const result = runGraph(line("work: 1", -20, -1) + sink("numbers"), way.with(), progress);
         for (char const *const name : {"result", "numbers"}) {
             EXPECT_EQ(result.received.at(name).size(), result.ticks) << way.name;
             EXPECT_EQ(result.flushedAt.at(name), result.ticks) << way.name;
@@ -246,25 +232,24 @@ TEST(Stop, CompletesTheTicksThatBegan) {
 }
 
 TEST(OptionChanges, TakeEffectFromTheirTickOn) {
-    auto const line = [](int seed) { return lineWith(mix({{"work", number(1)}, {"seed", number(seed)}})); };
-    auto const plain = [&](int seed) { return runGraph(line(seed), ways[0].with()).received.at("result"); };
+    auto const seeded = [](int seed) { return line("work: 1, seed: " + std::to_string(seed)); };
+    auto const plain = [&](int seed) { return runGraph(seeded(seed), ways[0].with()).received.at("result"); };
     auto expected = plain(1);
     expected[17] = plain(2)[17];
     auto const third = plain(3);
     std::copy(third.begin() + 18, third.end(), expected.begin() + 18);
-    runEveryWay(line(1),
+    runEveryWay(seeded(1),
                 [&](RunResult const &result) {
                     EXPECT_EQ(result.error, "");
                     EXPECT_EQ(result.received.at("result"), expected);
                 },
-                {.changes = {{18, "mix", "seed", number(3)}, {17, "mix", "seed", number(2)}}});
+                {.changes = {{18, "mix", "seed", OptionNode::ofInt(3)}, {17, "mix", "seed", OptionNode::ofInt(2)}}});
 }
 
 TEST(OptionChanges, OfUnknownNamesOrWrongKindsAreRefused) {
-    for (auto const &[change, part] : {std::pair(OptionChange{0, "mux", "seed", number(1)}, "'mux'"),
-                                       {{0, "mix", "sead", number(1)}, "'sead'"},
-                                       {{0, "mix", "seed", OptionNode::ofString("one")}, "to int32_t"}})
-        expectParts(runGraph(lineWith(mix()), {.changes = {change}}).error, {part});
+    for (auto const &[node, option, part] :
+         {std::tuple("mux", "seed", "'mux'"), {"mix", "sead", "'sead'"}, {"mix", "seed", "to int32_t"}})
+        expectParts(runGraph(line(), {.changes = {{0, node, option, OptionNode::ofString("one")}}}).error, {part});
 }
 
 } // namespace

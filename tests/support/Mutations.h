@@ -7,24 +7,13 @@
 
 namespace zun::test {
 
-/// The text with up to four pieces removed, repeated, changed, or added out of the signs given.
+/// The text with up to four pieces replaced: by nothing, by another piece, by one of the signs given, or by any byte.
 inline std::string mutated(std::string text, std::vector<std::string> const &signs, std::mt19937 &random) {
     auto const below = [&](std::size_t end) { return end == 0 ? 0 : random() % end; };
     for (std::size_t changes = below(5); changes > 0; changes--) {
-        std::size_t const at = below(text.size()), length = below(12);
-        switch (below(4)) {
-        case 0:
-            text.erase(at, length);
-            break;
-        case 1:
-            text.insert(at, text.substr(below(text.size()), length));
-            break;
-        case 2:
-            text.insert(at, signs[below(signs.size())]);
-            break;
-        default:
-            if (!text.empty()) text[at] = static_cast<char>(below(256));
-        }
+        std::string const pieces[] = {"", text.substr(below(text.size()), below(12)), signs[below(signs.size())],
+                                      std::string(1, static_cast<char>(below(256)))};
+        text.replace(below(text.size()), below(2) * below(12), pieces[below(4)]);
     }
     return text;
 }

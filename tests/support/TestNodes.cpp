@@ -42,13 +42,12 @@ private:
     std::atomic<Tick> next = 0;
 };
 
-class TestSource : public Node {
+struct TestSource : Node {
     int length = 0, endsAt = 0, scale = 1;
     OutputStream<int> out;
     Overlap overlap;
     bool ended = false;
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "TestSource", .sourcePath = "test", .parallelCode = 0};
@@ -68,13 +67,12 @@ public:
 };
 
 template <bool parallel>
-class TestMixer : public Node {
+struct TestMixer : Node {
     int seed = 0, work = 0, failAt = 0, alsoFailAt = 0, skip = 0;
     InputStream<int> a, b;
     OutputStream<int> out, second;
     Overlap overlap;
 
-public:
     using Node::Node;
     struct Table {
         static constexpr NodeRow node{
@@ -105,11 +103,10 @@ public:
     }
 };
 
-class TestSink : public Node {
+struct TestSink : Node {
     std::string label;
     InputStream<int> in;
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "TestSink", .sourcePath = "test", .parallelCode = 0};
@@ -128,14 +125,13 @@ public:
 
 using Grey = Mat<unsigned char, 2>;
 
-class TestFrame : public Node {
+struct TestFrame : Node {
     bool sameStorage = false;
     int side = 0;
     InputStream<int> in;
     OutputStream<Grey> out;
     Grey kept;
 
-public:
     using Node::Node;
     struct Table {
         static constexpr NodeRow node{.type = "TestFrame", .sourcePath = "test", .parallelCode = 0};
@@ -153,67 +149,60 @@ public:
     }
 };
 
-class TestPaint : public Node {
-    InputStream<Grey> in;
-    OutputStream<Grey> out;
+/// A node that makes its output of its input.
+template <class Work, class In, class Out>
+struct TestStep : Node {
+    InputStream<In> in;
+    OutputStream<Out> out;
 
-public:
     using Node::Node;
     struct Table : NoRows {
-        static constexpr NodeRow node{.type = "TestPaint", .sourcePath = "test"};
-        static constexpr auto inputs =
-            rows(input("in", "zun::Mat<unsigned char, 2>", &TestPaint::in, "").changedInPlace());
-        static constexpr auto outputs = rows(output("out", "zun::Mat<unsigned char, 2>", &TestPaint::out, ""));
+        static constexpr NodeRow node{.type = Work::type, .sourcePath = "test"};
+        static constexpr auto in = input("in", Work::takes, &TestStep::in, "");
+        static constexpr auto inputs = rows(Work::inPlace ? in.changedInPlace() : in);
+        static constexpr auto outputs = rows(output("out", Work::gives, &TestStep::out, ""));
     };
-    void process(Tick tick) override {
-        Grey const frame = readStream(tick, in);
+    void process(Tick tick) override { writeStream(tick, out, Work::of(readStream(tick, in))); }
+};
+
+struct Step {
+    static constexpr char const *takes = "any", *gives = "int";
+    static constexpr bool inPlace = false;
+    static int sumOf(auto const &frame) {
+        return static_cast<int>(std::accumulate(frame.first(), frame.first() + frame.count, 0.0));
+    }
+};
+struct Paint : Step {
+    static constexpr char const *type = "TestPaint", *takes = "zun::Mat<unsigned char, 2>", *gives = takes;
+    static constexpr bool inPlace = true;
+    static Grey of(Grey const &frame) {
         std::for_each_n(frame.first(), frame.count, [](unsigned char &pixel) { pixel++; });
-        writeStream(tick, out, frame);
+        return frame;
     }
 };
-
-/// Hands on whatever comes.
-class TestRelay : public Node {
-    InputStream<Variant> in;
-    OutputStream<Variant> out;
-
-public:
-    using Node::Node;
-    struct Table : NoRows {
-        static constexpr NodeRow node{.type = "TestRelay", .sourcePath = "test"};
-        static constexpr auto inputs = rows(input("in", "any", &TestRelay::in, ""));
-        static constexpr auto outputs = rows(output("out", "any", &TestRelay::out, ""));
-    };
-    void process(Tick tick) override { writeStream(tick, out, readStream(tick, in)); }
+struct Relay : Step {
+    static constexpr char const *type = "TestRelay", *gives = "any";
+    static std::shared_ptr<Variant> of(std::shared_ptr<Variant> const &value) { return value; }
 };
-
+struct FrameSum : Step {
+    static constexpr char const *type = "TestFrameSum";
+    static int of(std::shared_ptr<Variant> const &value) {
+        return sumOf(dynamic_cast<VariantType<Grey> &>(*value).value);
+    }
+};
 /// Reads frames of a type that only its own port names.
-class TestDoubles : public Node {
-    InputStream<Mat<double, 2>> in;
-    OutputStream<int> out;
-
-public:
-    using Node::Node;
-    struct Table : NoRows {
-        static constexpr NodeRow node{.type = "TestDoubles", .sourcePath = "test"};
-        static constexpr auto inputs = rows(input("in", "zun::Mat<double, 2>", &TestDoubles::in, ""));
-        static constexpr auto outputs = rows(output("out", "int", &TestDoubles::out, ""));
-    };
-    void process(Tick tick) override {
-        Mat<double, 2> const frame = readStream(tick, in);
-        double const sum = std::accumulate(frame.first(), frame.first() + frame.count, 0.0);
-        writeStream(tick, out, static_cast<int>(sum));
-    }
+struct Doubles : Step {
+    static constexpr char const *type = "TestDoubles", *takes = "zun::Mat<double, 2>";
+    static int of(Mat<double, 2> const &frame) { return sumOf(frame); }
 };
 
 /// A generator whose ticks overlap, and which tells its end only when it is there.
-class TestSparse : public Node {
+struct TestSparse : Node {
     int length = 0;
     OutputStream<int> out;
     std::atomic<int> inside = 0;
     std::atomic<Tick> beyond = 0;
 
-public:
     using Node::Node;
     struct Table : NoRows {
         static constexpr NodeRow node{.type = "TestSparse", .sourcePath = "test"};
@@ -237,58 +226,29 @@ public:
     }
 };
 
-class TestFrameSum : public Node {
-    InputStream<Variant> in;
-    OutputStream<int> out;
-
-public:
-    using Node::Node;
-    struct Table : NoRows {
-        static constexpr NodeRow node{.type = "TestFrameSum", .sourcePath = "test"};
-        static constexpr auto inputs = rows(input("in", "any", &TestFrameSum::in, ""));
-        static constexpr auto outputs = rows(output("out", "int", &TestFrameSum::out, ""));
-    };
-    void process(Tick tick) override {
-        auto const held = readStream(tick, in);
-        Grey const &frame = dynamic_cast<VariantType<Grey> &>(*held).value;
-        writeStream(tick, out, std::accumulate(frame.first(), frame.first() + frame.count, 0));
-    }
-};
-
 } // namespace
 
 void registerTestNodes() {
-    static Registration<TestSource, TestMixer<true>, TestMixer<false>, TestSink, TestFrame, TestPaint, TestFrameSum,
-                        TestRelay, TestDoubles, TestSparse> const once;
+    static Registration<TestSource, TestMixer<true>, TestMixer<false>, TestSink, TestFrame, TestStep<Paint, Grey, Grey>,
+                        TestStep<FrameSum, Variant, int>, TestStep<Relay, Variant, Variant>,
+                        TestStep<Doubles, Mat<double, 2>, int>, TestSparse> const once;
 }
 
-NodeDescription node(std::string const &type, std::string const &name, Bindings const &inputs, Bindings const &outputs,
-                     Options const &options, std::vector<std::pair<std::string, int>> const &limits) {
-    NodeDescription result;
-    result.type = type;
-    result.name = name;
-    for (auto const &[port, stream] : inputs) result.inputs.push_back({port, stream, {}});
-    for (auto const &[port, stream] : outputs) result.outputs.push_back({port, stream, {}});
-    for (auto const &[option, value] : options) result.options.push_back({option, value, {}});
-    for (auto const &[port, limit] : limits) result.limits.push_back({port, limit, {}});
-    return result;
-}
-
-RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options, Progress &progress) {
+RunResult runGraph(std::string const &nodes, RunOptions const &options, std::shared_ptr<Progress> const &progress) {
     registerTestNodes();
     notes = {};
     RunResult result;
     try {
-        result.ticks = run(check({"test", nodes, {}}), options, progress);
+        result.ticks = run(check(parseDescription("nodes:\n" + nodes, "test")), options, *progress);
     } catch (std::exception const &error) {
         result.error = error.what();
     }
     static_cast<Notes &>(result) = notes;
-    result.bytesPeak = progress.bytesPeak;
+    result.bytesPeak = progress->bytesPeak;
     return result;
 }
 
-void expectDiagnostics(Diagnostics const &found, std::vector<std::pair<std::string, std::string>> const &expected) {
+void expectDiagnostics(Diagnostics const &found, Expected const &expected) {
     for (std::size_t i = 0; i < std::max(found.size(), expected.size()); i++) {
         std::string const text = i < found.size() ? found[i].text() : "nothing";
         auto const [begin, part] = i < expected.size() ? expected[i] : std::pair<std::string, std::string>();

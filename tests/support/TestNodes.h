@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,28 +20,13 @@ struct NoRows {
 
 /// Registers the node types, once:
 ///   TestSource                   generator; options length (-1: without end), endsAt (unknown to getRunUntil), scale
-///   TestMix, TestMixSerial       out = a function of a, b (either may be left out), tick and seed; option work:
-///   sleeps;
-///                                fails at the ticks failAt (late) and alsoFailAt, writes nothing at tick skip
+///   TestMix, TestMixSerial       out = a function of a, b (either may be left out), tick and seed; sleeps if told
+///                                work: 1, fails at the ticks failAt (late) and alsoFailAt, writes nothing at tick skip
 ///   TestSink                     notes what it reads under its option label
 ///   TestFrame, TestPaint, TestFrameSum   a frame; a node that adds 1 to each pixel of the frame it reads; the sum
 ///   TestRelay, TestDoubles       hands on a value of any type; sums a frame of doubles
-///   TestSparse                   generator whose ticks overlap, and which tells its end, `length`, only when it is
-///   there
+///   TestSparse                   generator whose ticks overlap, and which tells its end, length, only when there
 void registerTestNodes();
-
-using Bindings = std::vector<std::pair<std::string, std::string>>;
-using Options = std::vector<std::pair<std::string, OptionNode>>;
-
-NodeDescription node(std::string const &type, std::string const &name, Bindings const &inputs, Bindings const &outputs,
-                     Options const &options = {}, std::vector<std::pair<std::string, int>> const &limits = {});
-
-inline OptionNode number(std::int64_t value) { return OptionNode::ofInt(value); }
-
-/// A sink that is called as the stream that it reads, and so are its notes.
-inline NodeDescription sink(std::string const &stream) {
-    return node("TestSink", stream, {{"in", stream}}, {}, {{"label", OptionNode::ofString(stream)}});
-}
 
 /// What the sinks of a run received, and what the engine did wrong, if anything.
 struct Notes {
@@ -55,14 +41,14 @@ struct RunResult : Notes {
     std::uint64_t bytesPeak = 0;
 };
 
-RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options, Progress &progress);
+/// Runs the nodes of a description.
+RunResult runGraph(std::string const &nodes, RunOptions const &options = {},
+                   std::shared_ptr<Progress> const &progress = std::make_shared<Progress>());
 
-inline RunResult runGraph(std::vector<NodeDescription> const &nodes, RunOptions const &options) {
-    Progress progress;
-    return runGraph(nodes, options, progress);
-}
+/// Diagnostics, each given by its beginning and a part of its message.
+using Expected = std::vector<std::pair<std::string, std::string>>;
 
-/// Expects these diagnostics and no others, each given by its beginning and a part of its message.
-void expectDiagnostics(Diagnostics const &found, std::vector<std::pair<std::string, std::string>> const &expected);
+/// Expects these diagnostics and no others.
+void expectDiagnostics(Diagnostics const &found, Expected const &expected);
 
 } // namespace zun::engine::test
