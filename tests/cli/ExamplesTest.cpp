@@ -57,7 +57,7 @@ Hashes runAll(fs::path const &folder, std::string const &executor) {
         Folder const work;
         fs::create_directory_symlink(examples, work.path / "examples"); // they name their photos from the root
         fs::create_directory(work.path / "out");
-        Ended const ended = zun({"run", description.string(), "-D", "out=out", "--executor", executor}, work);
+        Ended const ended = zun("run -D out=out --executor " + executor + " " + description.string(), work);
         EXPECT_EQ(ended.status, 0) << description << '\n' << ended.err;
         for (auto const &entry : fs::directory_iterator(work.path / "out"))
             hashes[description.stem().string() + " " + entry.path().filename().string()] =
@@ -82,7 +82,7 @@ TEST(Examples, ShowEveryNodeType) {
     Folder const work;
     std::string shown;
     for (fs::path const &description : descriptionsIn(examples / "nodes")) shown += zun::test::readBytes(description);
-    for (auto const &entry : nlohmann::json::parse(zun({"nodes", "--json"}, work).out))
+    for (auto const &entry : nlohmann::json::parse(zun("nodes --json", work).out))
         if (entry["library"].get<std::string>().find("imgproc") != std::string::npos)
             expectParts(shown, {"type: " + entry["type"].get<std::string>() + "\n"});
 }

@@ -24,16 +24,15 @@ struct Interrupt : testing::Test {
   - {type: WriteFrames, inputs: {frames: dotted}, options: {path: out-%05d.png}}
   - {type: WriteRecords, inputs: {value: points}, options: {path: points.jsonl}}
 )");
-        Arguments const arguments{"run", "endless.yaml", "-D", "photo=" + photo.string(), "--frames", "0:1000000"};
-        child.emplace(ZUN_PROGRAM, arguments, folder);
+        child.emplace(ZUN_PROGRAM, "run endless.yaml --frames 0:1000000 -D photo=" + photo, folder);
         for (int tries = 0; pictures().size() < 3 && child->running() && tries < 6000; tries++)
             std::this_thread::sleep_for(10ms);
         ASSERT_TRUE(child->running()) << child->wait().err;
         ASSERT_GE(pictures().size(), 3u);
     }
 
-    std::vector<std::string> pictures() const {
-        std::vector<std::string> found = folder.files();
+    Names pictures() const {
+        Names found = folder.files();
         std::erase_if(found, [](auto const &name) { return !name.starts_with("out-") || !name.ends_with(".png"); });
         return found;
     }

@@ -1,6 +1,8 @@
 #include "cli/Programs.h"
 
 #include <csignal>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -10,17 +12,19 @@
 
 namespace zun::cli::test {
 
-Child::Child(std::string const &program, Arguments const &arguments, Folder const &folder) {
-    std::vector<char *> words{const_cast<char *>(program.c_str())};
-    for (std::string const &argument : arguments) words.push_back(const_cast<char *>(argument.c_str()));
-    words.push_back(nullptr);
+Child::Child(std::string const &program, std::string const &words, Folder const &folder) {
+    std::istringstream in(words);
+    Names const arguments{std::istream_iterator<std::string>(in), {}};
+    std::vector<char *> all{const_cast<char *>(program.c_str())};
+    for (std::string const &argument : arguments) all.push_back(const_cast<char *>(argument.c_str()));
+    all.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (outputs / "out").c_str(), O_WRONLY | O_CREAT, 0600);
     ::posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (outputs / "err").c_str(), O_WRONLY | O_CREAT, 0600);
     ::posix_spawn_file_actions_addchdir_np(&actions, folder.path.c_str());
-    int const failure = ::posix_spawn(&pid, words[0], &actions, nullptr, words.data(), environ);
+    int const failure = ::posix_spawn(&pid, all[0], &actions, nullptr, all.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     if (failure != 0) throw std::runtime_error("can't start " + program);
 }
@@ -45,10 +49,10 @@ Ended Child::wait() {
     return {status, outputs.read("out"), outputs.read("err")};
 }
 
-Ended zun(Arguments const &arguments, Folder const &folder) { return Child(ZUN_PROGRAM, arguments, folder).wait(); }
+Ended zun(std::string const &words, Folder const &folder) { return Child(ZUN_PROGRAM, words, folder).wait(); }
 
-Ended graphPipeline(Arguments const &arguments, Folder const &folder) {
-    return Child(ZUN_GRAPH_PROGRAM, arguments, folder).wait();
+Ended graphPipeline(std::string const &words, Folder const &folder) {
+    return Child(ZUN_GRAPH_PROGRAM, words, folder).wait();
 }
 
 void expectOneError(Ended const &ended, std::vector<std::string> const &parts) {

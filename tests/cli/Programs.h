@@ -14,21 +14,21 @@ namespace zun::cli::test {
 
 namespace fs = std::filesystem;
 using Folder = zun::test::TemporaryFolder;
-using Arguments = std::vector<std::string>;
+using Names = std::vector<std::string>;
 using zun::test::expectParts;
 
 inline fs::path const examples = ZUN_EXAMPLES;
-inline fs::path const photo = examples / "photos/coffee.png";
+inline std::string const photo = examples / "photos/coffee.png";
 
 struct Ended {
     int status = 0; ///< exit status, or minus the signal that ended it
     std::string out, err;
 };
 
-/// A program that runs, with its working folder in `folder` and no standard input.
+/// A program that runs, started with words as its arguments, with its working folder in `folder` and no standard input.
 class Child {
 public:
-    Child(std::string const &program, Arguments const &arguments, Folder const &folder);
+    Child(std::string const &program, std::string const &words, Folder const &folder);
     ~Child();
 
     void send(int signal) const;
@@ -42,8 +42,8 @@ private:
     bool over = false;
 };
 
-Ended zun(Arguments const &arguments, Folder const &folder);
-Ended graphPipeline(Arguments const &arguments, Folder const &folder);
+Ended zun(std::string const &words, Folder const &folder);
+Ended graphPipeline(std::string const &words, Folder const &folder);
 
 /// Expects the message of one error, with these parts, and the status of a failure.
 void expectOneError(Ended const &ended, std::vector<std::string> const &parts);

@@ -22,56 +22,48 @@ nodes:
 )");
     }
 
-    Ended copy(Arguments arguments) const {
-        arguments.insert(arguments.begin(), {"run", "copy.yaml"});
-        return zun(arguments, folder);
-    }
+    Ended copy(std::string const &words) const { return zun("run copy.yaml " + words, folder); }
 
     /// A run of the description that is written first, on the photo.
-    Ended runOnPhoto(std::string const &description, Arguments arguments = {}) const {
+    Ended runOnPhoto(std::string const &description, std::string const &words = "") const {
         folder.write("photo.yaml", description);
-        arguments.insert(arguments.begin(), {"run", "photo.yaml", "-D", "photo=" + photo.string()});
-        return zun(arguments, folder);
+        return zun("run photo.yaml -D photo=" + photo + " " + words, folder);
     }
 
     Folder const folder;
 };
 
 TEST_F(Run, ChoosesItsTicksAndSaysNothingInEveryWayOfRunning) {
-    struct {
-        Arguments arguments;
-        int from, end;
-    } const cases[] = {{{}, 0, 20},
-                       {{"--executor", "sequential", "--frames", "5:"}, 5, 20},
-                       {{"--executor", "shuffled", "--seed", "7", "--threads", "5", "--frames", "3:7"}, 3, 7},
-                       {{"--executor", "threads", "--threads", "3", "--max-memory", "1"}, 0, 20},
-                       {{"--frames", ":2"}, 0, 2},
-                       {{"--frames", "18:"}, 18, 20},
-                       {{"--frames", ":"}, 0, 20},
-                       {{"--frames", "15:99"}, 15, 20}};
-    for (auto const &[arguments, from, end] : cases) {
-        SCOPED_TRACE(testing::PrintToString(arguments));
-        Ended const ended = copy(arguments);
+    for (auto const &[words, from, end] : {std::tuple("", 0, 20),
+                                           {"--executor sequential --frames 5:", 5, 20},
+                                           {"--executor shuffled --seed 7 --threads 5 --frames 3:7", 3, 7},
+                                           {"--executor threads --threads 3 --max-memory 1", 0, 20},
+                                           {"--frames :2", 0, 2},
+                                           {"--frames 18:", 18, 20},
+                                           {"--frames :", 0, 20},
+                                           {"--frames 15:99", 15, 20}}) {
+        SCOPED_TRACE(words);
+        Ended const ended = copy(words);
         EXPECT_EQ(ended.status, 0);
         EXPECT_EQ(ended.out + ended.err, "");
         EXPECT_EQ(folder.read("out.jsonl"), numbers(from, end));
     }
-    Ended const beyond = copy({"--frames", "50:60"});
+    Ended const beyond = copy("--frames 50:60");
     EXPECT_EQ(beyond.status, 0);
     expectParts(beyond.err, {"no tick was run"});
 }
 
 TEST_F(Run, VariablesAndSettingsReplaceWhatTheDescriptionSays) {
     folder.write("other.jsonl", numbers(7, 9));
-    EXPECT_EQ(copy({"-D", "to=named.jsonl"}).status, 0);
+    EXPECT_EQ(copy("-D to=named.jsonl").status, 0);
     EXPECT_EQ(folder.read("named.jsonl"), numbers(0, 20));
-    EXPECT_EQ(copy({"--set", "reader.path=other.jsonl", "--set", "writer.path=set.jsonl"}).status, 0);
+    EXPECT_EQ(copy("--set reader.path=other.jsonl --set writer.path=set.jsonl").status, 0);
     EXPECT_EQ(folder.read("set.jsonl"), numbers(7, 9));
     EXPECT_FALSE(fs::exists(folder / "out.jsonl"));
 }
 
 TEST_F(Run, ProgressAndStatisticsAreMessages) {
-    Ended const ended = copy({"--progress", "--stats"});
+    Ended const ended = copy("--progress --stats");
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "");
     expectParts(ended.err, {"20 ticks done in ", "frame storage: "});
@@ -86,7 +78,7 @@ char const *const dots = R"(nodes:
 )";
 
 TEST_F(Run, ChangesAnOptionFromATickOn) {
-    Ended const ended = runOnPhoto(dots, {"--change", "2:dot.colour=0x0000FF", "--change", "3:dot.colour=0xFF00FF"});
+    Ended const ended = runOnPhoto(dots, "--change 2:dot.colour=0x0000FF --change 3:dot.colour=0xFF00FF");
     EXPECT_EQ(ended.status, 0) << ended.err;
     EXPECT_EQ(folder.read("0.png"), folder.read("1.png"));
     EXPECT_NE(folder.read("1.png"), folder.read("2.png"));
@@ -94,9 +86,9 @@ TEST_F(Run, ChangesAnOptionFromATickOn) {
 }
 
 TEST_F(Run, ShowsOnRequestWhereANodeFailedInItsSource) {
-    expectOneError(runOnPhoto(dots, {"--set", "dot.colour=green"}),
+    expectOneError(runOnPhoto(dots, "--set dot.colour=green"),
                    {"zun: error: node 'dot' (DrawPoints) failed at tick 0", ": Invalid fill colour value: green\n"});
-    expectParts(runOnPhoto(dots, {"--set", "dot.colour=green", "--verbose"}).err,
+    expectParts(runOnPhoto(dots, "--set dot.colour=green --verbose").err,
                 {"[root] error: Invalid fill colour value: green\n"});
 }
 
@@ -105,7 +97,8 @@ TEST_F(Run, APhotoThatIsMissingOrBrokenIsOneErrorAndLeavesNoFile) {
 - {type: ReadFrames, name: photo, outputs: {rgb: picture}, options: {path: "${photo}"}}
 - {type: WriteFrames, inputs: {frames: picture}, options: {path: copy.png}}
 )";
-    Arguments const choice{"--set", "photo.path=cup.png"}, parts{"'photo' (ReadFrames)", "cup.png"};
+    char const *const choice = "--set photo.path=cup.png";
+    Names const parts{"'photo' (ReadFrames)", "cup.png"};
     expectOneError(runOnPhoto(description, choice), parts);
     std::string const whole = zun::test::readBytes(photo);
     for (std::string const &bytes :
@@ -113,7 +106,7 @@ TEST_F(Run, APhotoThatIsMissingOrBrokenIsOneErrorAndLeavesNoFile) {
         folder.write("cup.png", bytes);
         expectOneError(runOnPhoto(description, choice), parts);
     }
-    EXPECT_EQ(folder.files(), (Arguments{"copy.yaml", "cup.png", "in.jsonl", "photo.yaml"}));
+    EXPECT_EQ(folder.files(), (Names{"copy.yaml", "cup.png", "in.jsonl", "photo.yaml"}));
 }
 
 TEST_F(Run, AValueThatANodeCannotTakeStopsTheRunAndKeepsWhatIsComplete) {
@@ -126,7 +119,7 @@ TEST_F(Run, AValueThatANodeCannotTakeStopsTheRunAndKeepsWhatIsComplete) {
 )"),
                    {"'cut' (CropAny)", "tick 2", "'box'", "700"});
     EXPECT_EQ(folder.files(),
-              (Arguments{"boxes.jsonl", "copy.yaml", "cut-00000.png", "cut-00001.png", "in.jsonl", "photo.yaml"}));
+              (Names{"boxes.jsonl", "copy.yaml", "cut-00000.png", "cut-00001.png", "in.jsonl", "photo.yaml"}));
 }
 
 } // namespace
