@@ -64,7 +64,7 @@ TEST(Usage, ATargetThatTheMachineLacksIsWrongUsage) {
     for (Ended const &ended : {zun("nodes", folder), graphPipeline(photo, folder)}) {
         EXPECT_EQ(ended.status, 2);
         EXPECT_EQ(ended.out, "");
-        expectParts(ended.err, {": error: ZUN_TARGET: \"MMX\" is no target of this machine, which has ", "plain\n"});
+        expectParts(ended.err, {": error: ZUN_TARGET: \"MMX\" is not a target of this machine, which has ", "plain\n"});
     }
     EXPECT_EQ(zun("--help", folder).status, 0);
     ::setenv("ZUN_TARGET", "plain", 1);

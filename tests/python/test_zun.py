@@ -7,6 +7,7 @@ import sys
 import threading
 import unittest
 import weakref
+from concurrent.futures import ThreadPoolExecutor
 
 import numpy as np
 
@@ -39,19 +40,14 @@ class Values(unittest.TestCase):
         self.assertEqual((found["area"], found["boundingBox"]), ([6], [(2.0, 2.0, 3.0, 2.0)]))
         self.assertIn((2, 2), found["points"][0])
 
-    def test_lines_and_floats_are_arrays_of_their_own_kind(self):
         options = dict(edgeThresh=0, lineGapMax=1, lineLenMin=5, quantize=False, rho=1, theta=0.0175, threshold=5)
-        edges = np.zeros((20, 20), np.uint8)
-        edges[10] = 255
-        lines = zun.call("HoughLines", {"image": edges}, options)["houghLines"]
+        lines = zun.call("HoughLines", {"image": np.eye(20, dtype=np.uint8)}, options)["houghLines"]
         self.assertEqual((lines.dtype, lines.shape[1:]), (np.int32, (4,)))
-        floats = zun.call("ConvertColour", {"RGB": rgb(2, 2)}, outputs=["YCbCr"])["YCbCr"]
-        self.assertEqual((floats.dtype, floats.shape), (np.float32, (2, 2, 3)))
 
     def test_only_connected_outputs_come_back(self):
-        frame = np.zeros((5, 5), np.uint8)
-        self.assertEqual(set(zun.call("FindContours", {"input": frame}, outputs=["area"])), {"area"})
-        self.assertEqual(zun.call("FindContours", {"input": frame}, outputs=[]), {})
+        for outputs in [["area"], []]:
+            written = zun.call("FindContours", {"input": np.zeros((5, 5), np.uint8)}, outputs=outputs)
+            self.assertEqual(list(written), outputs)
 
     def test_texts_hold_any_byte(self):
         inputs = {"frames": rgb(20, 40), "locations": [(0, 0)]}
@@ -75,35 +71,6 @@ class Values(unittest.TestCase):
                 zun.call(node, inputs)
             for word in words:
                 self.assertIn(word, str(raised.exception))
-
-
-class Peers(unittest.TestCase):
-    """Nodes beside NumPy, on random frames."""
-
-    def setUp(self):
-        random = np.random.default_rng(1)
-        self.colour = random.integers(0, 256, (37, 52, 3), np.uint8)
-        self.grey = random.integers(0, 256, (37, 52), np.uint8)
-
-    def test_thresholds_and_histograms(self):
-        options = dict(binThresholdCount=3, binThresholdMin=50, binThresholdMax=200, inverted=True, noninverted=True)
-        levels = zun.call("Grey2BinarySequence", {"input": self.grey}, options)["output"]
-        for level, (at_least, below) in zip([50, 125, 200], zip(levels[::2], levels[1::2])):
-            np.testing.assert_array_equal(at_least, self.grey >= level)
-            np.testing.assert_array_equal(below, self.grey < level)
-        darker = np.concatenate([[0], np.bincount(self.grey.ravel(), minlength=256).cumsum()[:-1]])
-        table = np.minimum(darker * 256 // self.grey.size, 255)
-        even = zun.call("NormalizeGreyImage", {"input": self.grey})["output"]
-        np.testing.assert_array_equal(even, table[self.grey])
-
-    def test_channels_cuts_and_whole_ratios(self):
-        frame = self.colour
-        swapped = zun.call("ConvertColour", {"RGB": frame}, outputs=["BGR"])["BGR"]
-        np.testing.assert_array_equal(swapped, frame[:, :, ::-1])
-        cut = zun.call("Crop<Vec3b>", {"image": frame, "box": (-2, 30, 20, 12)})["output"]
-        np.testing.assert_array_equal(cut, np.pad(frame, ((0, 5), (2, 0), (0, 0)), mode="edge")[30:42, :20])
-        doubled = zun.call("ResizeImage", {"input": frame}, {"algorithm": 0, "width": 104, "height": 74})["output"]
-        np.testing.assert_array_equal(doubled, frame.repeat(2, 0).repeat(2, 1))
 
 
 class Memory(unittest.TestCase):
@@ -194,28 +161,24 @@ class Nodes(unittest.TestCase):
             node.process(image=frame, box=(0, 0, 1, 1))
 
     def test_other_threads_run_while_a_node_does(self):
-        turns = []
-        stop = threading.Event()
+        turns, stop = [], threading.Event()
 
         def turn():
             while not stop.wait(0.0005):
                 turns.append(1)
 
-        other = threading.Thread(target=turn)
         interval = sys.getswitchinterval()
         sys.setswitchinterval(1000)  # so that only a node can let the other thread in
-        try:
-            other.start()
-            before = len(turns)
-            frame = np.zeros((1000, 1000), np.uint8)
-            options = dict(stepX=1, stepY=1, windowWidth=64, windowHeight=64)
-            zun.call("SlidingWindowNormalizeGreyImage", {"input": frame}, options)
-            after = len(turns)
-        finally:
-            sys.setswitchinterval(interval)
-            stop.set()
-            other.join()
-        self.assertGreater(after, before)
+        with ThreadPoolExecutor() as pool:
+            try:
+                pool.submit(turn)
+                before = len(turns)
+                options = dict(stepX=1, stepY=1, windowWidth=64, windowHeight=64)
+                zun.call("SlidingWindowNormalizeGreyImage", {"input": np.zeros((1000, 1000), np.uint8)}, options)
+                self.assertGreater(len(turns), before)
+            finally:
+                sys.setswitchinterval(interval)
+                stop.set()
 
     def test_one_node_serves_many_threads(self):
         for node, inputs in [
@@ -223,53 +186,25 @@ class Nodes(unittest.TestCase):
             (zun.Node("DrawText"), lambda: {"frames": rgb(30, 50), "strings": ["text"], "locations": [(1, 1)]}),
         ]:
             expected = node.process(**inputs())["output"]
-            wrong = []
-
-            def work():
-                for _ in range(50):
-                    if not np.array_equal(node.process(**inputs())["output"], expected):
-                        wrong.append(1)
-
-            threads = [threading.Thread(target=work) for _ in range(4)]
-            for thread in threads:
-                thread.start()
-            for thread in threads:
-                thread.join()
-            self.assertEqual(wrong, [])
+            with ThreadPoolExecutor(4) as pool:
+                for result in pool.map(lambda _: node.process(**inputs())["output"], range(200)):
+                    np.testing.assert_array_equal(result, expected)
 
 
 class Targets(unittest.TestCase):
-    def test_every_target_gives_the_same(self):
-        frame = rgb(37, 91)
-        calls = [("RGBBoxBlur", {"input": frame}, {"kernelSizeX": 5, "kernelSizeY": 3}),
-                 ("ResizeImage", {"input": frame}, {"width": 40, "height": 30, "algorithm": 1}),
-                 ("NegativeImage", {"input": frame}, {})]
+    def test_are_those_of_the_machine_and_another_is_named_with_them(self):
         targets = zun.targets()
-        self.assertEqual(targets[-1], "plain")
-        try:
-            for node, inputs, options in calls:
-                results = []
-                for target in targets:
-                    zun.use_target(target)
-                    results.append(zun.call(node, inputs, options)["output"])
-                    np.testing.assert_array_equal(results[-1], results[0], f"{node} for {target}")
-        finally:
-            zun.use_target(targets[0])
+        for target in reversed(targets):
+            zun.use_target(target)
         self.assertEqual(zun.targets(), targets)
-
-    def test_a_target_that_the_machine_lacks_is_named_with_those_it_has(self):
-        words = '"MMX" is not a target of this machine, which has ' + ", ".join(zun.targets())
+        words = '"MMX" is not a target of this machine, which has ' + ", ".join(targets)
         with self.assertRaises(ValueError) as raised:
             zun.use_target("MMX")
         self.assertEqual(str(raised.exception), words)
-
-        def imported(target):
-            return subprocess.run([sys.executable, "-c", "import zun"], env=os.environ | {"ZUN_TARGET": target},
-                                  capture_output=True, text=True)
-
-        self.assertIn("ImportError: ZUN_TARGET: " + words, imported("MMX").stderr)
-        for target in ["", "plain"]:
-            self.assertEqual(imported(target).stderr, "")
+        for target, error in [("MMX", "ImportError: ZUN_TARGET: " + words), ("", ""), ("plain", "")]:
+            ended = subprocess.run([sys.executable, "-c", "import zun"], env=os.environ | {"ZUN_TARGET": target},
+                                   capture_output=True, text=True)
+            self.assertEqual(ended.stderr.strip().rpartition("\n")[2], error)
 
 
 if __name__ == "__main__":
