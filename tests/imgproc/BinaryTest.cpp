@@ -30,13 +30,11 @@ TEST(Grey2BinarySequence, SpacesItsThresholdsInInts) {
     Grey const all({1, 256});
     std::iota(all.first(), all.first() + 256, static_cast<unsigned char>(0));
     for (auto const &[count, least, most, series] :
-         {Row{5, 10, 200, {10, 57, 105, 152, 200}},
-          {4, 10, 0, {10, 7, 4, 0}},
-          {1, 7, 99, {7}},
-          {2, -5, 300, {-5, 300}},
-          {3, largest, smallest, {largest, largest, smallest}}, // the difference wraps to 1, the last sum around
-          {4, 0, largest, {0, 715827882, 0, 715827881}},        // products wrap to -2 and 2147483645
-          {0, 1, 2, {}}}) {
+         {Row(5, 10, 200, {10, 57, 105, 152, 200}), Row(4, 10, 0, {10, 7, 4, 0}), Row(1, 7, 99, {7}),
+          Row(2, -5, 300, {-5, 300}),
+          Row(3, largest, smallest, {largest, largest, smallest}), // the difference wraps to 1, the last sum around
+          Row(4, 0, largest, {0, 715827882, 0, 715827881}),        // products wrap to -2 and 2147483645
+          Row(0, 1, 2, {})}) {
         std::vector<Grey> const both = levels(all, count, least, most, true, true);
         ASSERT_EQ(both.size(), 2 * series.size());
         for (std::size_t i = 0; i < both.size(); i++) {
@@ -52,7 +50,7 @@ TEST(Grey2BinarySequence, SpacesItsThresholdsInInts) {
 TEST(Grey2BinarySequence, FailsAsAListOnANegativeLength) {
     Grey const frame({1, 1}, 0);
     for (int const count : {-1, 1 << 30, (1 << 30) + 5})
-        EXPECT_EQ(lengthErrorOf([&] { levels(frame, count, 0, 9, true, true); }), "vector<T> too long") << count;
+        EXPECT_EQ(messageOf([&] { levels(frame, count, 0, 9, true, true); }), "vector<T> too long") << count;
     EXPECT_TRUE(levels(frame, smallest, 0, 9, true, true).empty()) << "wraps to 0";
     EXPECT_TRUE(levels(frame, -1, 0, 9, false, false).empty());
 }
@@ -104,18 +102,13 @@ char const *const dominated = "BinaryDominatedRowColRemover";
 TEST(BinaryDominatedRowColRemover, OverwritesLinesByTheirFractionOfForeground) {
     using Row = std::tuple<Bytes, float, bool, Bytes>;
     for (auto const &[line, threshold, inverted, result] :
-         {Row{{1, 1, 1, 0}, .75f, false, {0, 0, 0, 0}},
-          {{1, 1, 1, 0}, .76f, false, {1, 1, 1, 0}},
-          {{0, 0, 0, 1}, .75f, true, {1, 1, 1, 1}},
-          {{0, 0, 1, 1}, .75f, true, {0, 0, 1, 1}},
-          {{0, 0, 0, 0}, 0, false, {0, 0, 0, 0}},
-          {{0, 1, 0, 0}, -1, true, {1, 1, 1, 1}},
-          {{1, 1, 1, 1}, 1.1f, false, {1, 1, 1, 1}},
-          {{1, 0, 0, 0}, nan, false, {0, 0, 0, 0}},
-          {{255, 0, 0, 0}, 60, false, {0, 0, 0, 0}},
-          {{255, 0, 0, 0}, -62.7f, true, {255, 0, 0, 0}}, // (4 - 255) / 4 is -62.75
-          {{255, 0, 0, 0}, -62.8f, true, {1, 1, 1, 1}},
-          {{1, 0, 1, 0}, infinity, false, {1, 0, 1, 0}}}) {
+         {Row({1, 1, 1, 0}, .75f, false, {0, 0, 0, 0}), Row({1, 1, 1, 0}, .76f, false, {1, 1, 1, 0}),
+          Row({0, 0, 0, 1}, .75f, true, {1, 1, 1, 1}), Row({0, 0, 1, 1}, .75f, true, {0, 0, 1, 1}),
+          Row({0, 0, 0, 0}, 0, false, {0, 0, 0, 0}), Row({0, 1, 0, 0}, -1, true, {1, 1, 1, 1}),
+          Row({1, 1, 1, 1}, 1.1f, false, {1, 1, 1, 1}), Row({1, 0, 0, 0}, nan, false, {0, 0, 0, 0}),
+          Row({255, 0, 0, 0}, 60, false, {0, 0, 0, 0}),
+          Row({255, 0, 0, 0}, -62.7f, true, {255, 0, 0, 0}), // (4 - 255) / 4 is -62.75
+          Row({255, 0, 0, 0}, -62.8f, true, {1, 1, 1, 1}), Row({1, 0, 1, 0}, infinity, false, {1, 0, 1, 0})}) {
         Options options{{"threshold", threshold}, {"inverted", inverted}};
         EXPECT_EQ(elements(filtered(dominated, options, frameOf({1, 4}, line))), result) << threshold;
         options["horizontal"] = Option(false);
@@ -142,18 +135,14 @@ TEST(BinaryLongLineRemover, CountsTheRunsLengthInWholePixels) {
     Bytes const allButBeforeRuns{7, 0, 0, 0, 0, 0, 7, 0, 0, 0};
     using Row = std::tuple<float, bool, Bytes, Bytes>;
     for (auto const &[threshold, inverted, in, out] :
-         {Row{.25f, false, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}}, // at least 2
-          {.35f, false, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}},    // at least 3
-          {.35f, true, {1, 0, 0, 1, 0, 0, 0, 5, 0, 0}, {1, 0, 0, 1, 1, 1, 1, 5, 0, 0}},
-          {.05f, false, tattered, allButBeforeRuns},  // at least none
-          {1e30f, false, tattered, allButBeforeRuns}, // what no int holds is the smallest
-          {infinity, false, tattered, allButBeforeRuns},
-          {nan, false, tattered, tattered},
-          {0, false, run, run},
-          {-1, false, run, run},
-          {1, false, run, Bytes(10, 0)},
-          {1.1f, false, run, run},
-          {1, false, {}, {}}}) {
+         {Row(.25f, false, {0, 1, 1, 0, 1, 0, 0, 0, 1, 1}, {0, 0, 0, 0, 1, 0, 0, 0, 0, 0}), // at least 2
+          Row(.35f, false, {0, 1, 1, 0, 1, 1, 1, 0, 1, 1}, {0, 1, 1, 0, 0, 0, 0, 0, 1, 1}), // at least 3
+          Row(.35f, true, {1, 0, 0, 1, 0, 0, 0, 5, 0, 0}, {1, 0, 0, 1, 1, 1, 1, 5, 0, 0}),
+          Row(.05f, false, tattered, allButBeforeRuns),  // at least none
+          Row(1e30f, false, tattered, allButBeforeRuns), // what no int holds is the smallest
+          Row(infinity, false, tattered, allButBeforeRuns), Row(nan, false, tattered, tattered),
+          Row(0, false, run, run), Row(-1, false, run, run), Row(1, false, run, Bytes(10, 0)),
+          Row(1.1f, false, run, run), Row(1, false, {}, {})}) {
         auto const length = std::uint32_t(in.size());
         auto const erased = [&, t = threshold, i = inverted](char const *option, Grey const &frame) {
             return elements(filtered("BinaryLongLineRemover", {{option, t}, {"inverted", i}}, frame));

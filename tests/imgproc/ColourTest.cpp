@@ -81,18 +81,15 @@ TEST(ConvertColour, ScalesYCbCrByWhereItComesFrom) {
 }
 
 TEST(ConvertColour, ClampsTheColoursOfYCbCrAndCutsItsGrey) {
-    // YCbCr, its RGB, its BGR, which is made of (Cr, Cb, Y), and its grey.
+    // YCbCr, its RGB, its BGR, which is made of (Cr, Cb, Y), and its grey. The first one's blue is 256 * (.5 + 1.772 *
+    // .25 - .081312 * .125).
     using Row = std::tuple<Vec3f, Vec3b, Vec3b, unsigned char>;
-    for (auto const &[yCbCr, rgb, bgr, grey] : {Row{{0.5f, 0.25f, 0.125f},
-                                                    {172, 83, 238},
-                                                    {211, 0, 135},
-                                                    0}, // blue: 256 * (.5 + 1.772 * .25 - .081312 * .125)
-                                                {{2, 0, 0}, {255, 255, 255}, {255, 0, 0}, 2},
-                                                {{-2, 0, 0}, {0, 0, 0}, {0, 255, 41}, 254},
-                                                {{300.9f, 0, 0}, {255, 255, 255}, {255, 0, 0}, 44},
-                                                {{3e9f, 0, 0}, {255, 255, 255}, {255, 0, 0}, 0},
-                                                {{1, infinity, 0}, {0, 0, 255}, {0, 0, 0}, 0}, // 0 * infinity
-                                                {{nan, 0, 0}, {0, 0, 0}, {0, 0, 0}, 0}}) {
+    for (auto const &[yCbCr, rgb, bgr, grey] :
+         {Row({0.5f, 0.25f, 0.125f}, {172, 83, 238}, {211, 0, 135}, 0), Row({2, 0, 0}, {255, 255, 255}, {255, 0, 0}, 2),
+          Row({-2, 0, 0}, {0, 0, 0}, {0, 255, 41}, 254), Row({300.9f, 0, 0}, {255, 255, 255}, {255, 0, 0}, 44),
+          Row({3e9f, 0, 0}, {255, 255, 255}, {255, 0, 0}, 0),
+          Row({1, infinity, 0}, {0, 0, 255}, {0, 0, 0}, 0), // 0 * infinity
+          Row({nan, 0, 0}, {0, 0, 0}, {0, 0, 0}, 0)}) {
         SCOPED_TRACE(testing::Message() << yCbCr[0] << ", " << yCbCr[1] << ", " << yCbCr[2]);
         EXPECT_EQ(converted<Vec3b>("YCbCr", Triples{yCbCr}, "RGB"), Colours{rgb});
         EXPECT_EQ(converted<Vec3b>("YCbCr", Triples{yCbCr}, "BGR"), Colours{bgr});

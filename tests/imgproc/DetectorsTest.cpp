@@ -1,65 +1,48 @@
 #include <algorithm>
-#include <cstdlib>
 
 #include "ImgprocNode.h"
+#include "vexa_imgproc/CannyEdgeDetector.h"
+#include "vexa_imgproc/HoughLines.h"
 
 namespace zun::test {
 namespace {
 
+Grey randomGrey(std::uint32_t rows, std::uint32_t columns) {
+    std::mt19937 random(1);
+    return randomFrame<unsigned char>(rows, columns, random);
+}
+
 TEST(CannyEdgeDetector, HandsItsThresholdsOnWithoutTheirFractions) {
-    Grey const frame({8, 30}); // steps of 1 to 9, whose gradients are four times as much
-    for (std::uint32_t i = 0; i < frame.count; i++) {
-        unsigned const steps = i % 30 / 3;
-        frame.first()[i] = static_cast<unsigned char>(steps * (steps + 1) / 2);
+    Grey const frame = randomGrey(30, 40);
+    std::set<std::vector<int>> maps;
+    using Row = std::tuple<double, double, bool, int, int>;
+    for (auto const &[lower, upper, l2, from, to] :
+         {Row{300.9, 500.9, false, 300, 500}, Row{300, 500, true, 300, 500}, Row{400, 500, false, 400, 500},
+          Row{300, 600, false, 300, 600}, Row{-0.5, -0.5, false, 0, 0}, Row{nan, 1e10, false, smallest, smallest}}) {
+        Grey expected;
+        cannyEdgeDetector(frame, from, to, l2, expected);
+        Grey const map =
+            run<Grey>("CannyEdgeDetector", {{"l2GradNorm", l2}, {"maxThresh", upper}, {"minThresh", lower}},
+                      {{"image", valueOf(frame)}}, "cannyMapImg");
+        EXPECT_EQ(elements(map), elements(expected)) << lower << ", " << upper;
+        maps.emplace(map.first(), map.first() + map.count);
     }
-    auto const canny = [&](double lower, double upper, bool l2 = false) {
-        return elements(run<Grey>("CannyEdgeDetector", {{"l2GradNorm", l2}, {"maxThresh", upper}, {"minThresh", lower}},
-                                  {{"image", valueOf(frame)}}, "cannyMapImg"));
-    };
-    Bytes const between = canny(15, 23);
-    EXPECT_EQ(canny(15.9, 23.9), between);
-    EXPECT_NE(canny(15, 24), between);
-    EXPECT_NE(canny(16, 16), canny(15, 15));
-    EXPECT_EQ(canny(23, 15), between) << "the library puts them in order";
-    EXPECT_EQ(canny(-0.5, -0.5), canny(0, 0));
-    EXPECT_EQ(canny(nan, 1e10), canny(-2147483648.0, -2147483648.0));
-    EXPECT_EQ(canny(15, 23, true), between) << "along an axis both norms are the same";
+    EXPECT_GE(maps.size(), 5u) << "the settings have their effects";
 }
 
-struct Lines {
-    std::vector<Vec<int, 4>> segments;
-    std::ptrdiff_t pixels; ///< set in the image, all others being 0
-};
-
-Lines hough(Grey const &frame, int lineLenMin, int lineGapMax, int threshold = 10, int edgeThresh = 0) {
-    OneNode node = nodeOf("HoughLines", {{"edgeThresh", edgeThresh},
-                                         {"lineGapMax", lineGapMax},
-                                         {"lineLenMin", lineLenMin},
-                                         {"quantize", false},
-                                         {"rho", 1.0},
-                                         {"theta", 1.5707964},
-                                         {"threshold", threshold}});
-    Values const written = node.run({{"image", valueOf(frame)}});
+TEST(HoughLines, HandsItsOptionsOn) {
+    Grey const frame = randomGrey(40, 60);
+    Mat<Vec<int, 4>, 1> expected;
+    Grey image;
+    houghLines(frame, 1.5f, 0.25f, 20, 150, 12, 3, true, expected, image);
+    EXPECT_GT(expected.count, 3u);
+    Options const options{{"edgeThresh", 150}, {"lineGapMax", 3}, {"lineLenMin", 12}, {"quantize", true},
+                          {"rho", 1.5},        {"theta", 0.25},   {"threshold", 20}};
+    Values const written = nodeOf("HoughLines", options).run({{"image", valueOf(frame)}});
     auto const &lines = held<Mat<Vec<int, 4>, 1>>(written.at("out.houghLines"));
-    Bytes const image = elements(held<Grey>(written.at("out.houghLinesImg")));
-    EXPECT_EQ(std::ranges::count(image, 0) + std::ranges::count(image, 255), frame.count);
-    return {{lines.first(), lines.first() + lines.count}, std::ranges::count(image, 255)};
-}
-
-TEST(HoughLines, KeepsItsOptionsApart) {
-    Grey const frame({9, 60}, 0);
-    for (int const column : {4, 28}) std::fill_n(frame.first() + 3 * 60 + column, 20, 5); // of row 3
-    Lines const interrupted = hough(frame, 10, 2), joined = hough(frame, 10, 4);
-    ASSERT_FALSE(interrupted.segments.empty());
-    for (Vec<int, 4> const &segment : interrupted.segments) EXPECT_EQ(std::abs(segment[2] - segment[0]), 19);
-    EXPECT_EQ(joined.segments, (std::vector<Vec<int, 4>>{{4, 3, 47, 3}}));
-    EXPECT_EQ(joined.pixels, 44);
-
-    for (Lines const &none : {hough(frame, 44, 4), hough(frame, 25, 2), hough(frame, 10, 4, 41),
-                              hough(frame, 10, 4, 10, 5), hough(Grey({9, 60}, 0), 4, 10), hough(Grey(), 4, 10)}) {
-        EXPECT_TRUE(none.segments.empty());
-        EXPECT_EQ(none.pixels, 0);
-    }
+    EXPECT_TRUE(
+        std::equal(lines.first(), lines.first() + lines.count, expected.first(), expected.first() + expected.count));
+    EXPECT_EQ(elements(held<Grey>(written.at("out.houghLinesImg"))), elements(image));
 }
 
 /// What the node writes, with only the outputs given connected.

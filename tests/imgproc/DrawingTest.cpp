@@ -16,15 +16,12 @@ Frame drawn(Options const &options, Frame const &frame, Points const &points) {
 
 TEST(DrawPoints, ReadsColourStrings) {
     using Row = std::tuple<char const *, Vec3b>;
-    for (auto const &[text, colour] : {Row{"#ff00ff", {255, 0, 255}},
-                                       {"0xff00FF", {255, 0, 255}},
-                                       {"FF00FF", {255, 0, 255}},
-                                       {"123456", {0x12, 0x34, 0x56}},
-                                       {"12G456", {0, 0, 0x12}}, // read up to the first character that is not a digit
-                                       {"00x123", {0, 0, 0}},
-                                       {"0x0x1234", {0, 0x12, 0x34}}, // one prefix is taken off, the other read over
-                                       {"#0xFF00", {0, 0xFF, 0}},
-                                       {"      ", {0, 0, 0}}})
+    for (auto const &[text, colour] :
+         {Row("#ff00ff", {255, 0, 255}), Row("0xff00FF", {255, 0, 255}), Row("FF00FF", {255, 0, 255}),
+          Row("123456", {0x12, 0x34, 0x56}),
+          Row("12G456", {0, 0, 0x12}), // read up to the first character that is not a digit
+          Row("00x123", {0, 0, 0}), Row("0x0x1234", {0, 0x12, 0x34}), // one prefix is taken off, the other read over
+          Row("#0xFF00", {0, 0xFF, 0}), Row("      ", {0, 0, 0})})
         EXPECT_EQ(drawn({{"colour", text}}, Frame({1, 1}), {{0, 0}}).first()[0], colour) << text;
     EXPECT_EQ(drawn({}, Frame({1, 1}), {{0, 0}}).first()[0], (Vec3b{255, 0, 255})) << "the default";
 }
@@ -47,12 +44,10 @@ TEST(DrawPoints, SetsRowFirstPixelsOfACopy) {
     Frame const frame = randomFrame<Vec3b>(4, 5, random), before = frame.clone();
     // Points, and the flat indices that they set.
     using Row = std::tuple<Points, std::vector<std::uint32_t>>;
-    for (auto const &[points, set] : {Row{{}, {}},
-                                      {{{2.9f, 3.9f}}, {13}},
-                                      {{{-0.9f, -0.9f}}, {0}},
-                                      {{{1, 5}}, {10}},     // past the last column: the next row
-                                      {{{0, 19.5f}}, {19}}, // and further
-                                      {{{3, 4}, {0, 0}, {3, 4}}, {19, 0}}}) {
+    for (auto const &[points, set] : {Row({}, {}), Row({{2.9f, 3.9f}}, {13}), Row({{-0.9f, -0.9f}}, {0}),
+                                      Row({{1, 5}}, {10}),     // past the last column: the next row
+                                      Row({{0, 19.5f}}, {19}), // and further
+                                      Row({{3, 4}, {0, 0}, {3, 4}}, {19, 0})}) {
         Frame const result = drawn({}, frame, points), expected = frame.clone();
         for (std::uint32_t const i : set) expected.first()[i] = {255, 0, 255};
         EXPECT_EQ(elements(result), elements(expected));
@@ -196,12 +191,10 @@ TEST(DrawBoxes, WalksRowsByTheStridesOfTheFrame) {
 TEST(DrawBoxes, FailsUnclampedForABoxOfAnotherAreaThanItsPartInTheFrame) {
     // A box in a frame of 100 columns and 50 rows, and its corners in the message; empty if it passes.
     using Row = std::tuple<Box, std::string>;
-    for (auto const &[box, corners] : {Row{{0, 0, 100, 50}, ""},
-                                       {{0.4f, -0.4f, 99.6f, 50}, ""},
-                                       {{-200, 0, 0, 7}, ""},
-                                       {{0, 0, 100.5f, 50}, "(0, 0, 101, 50)"},
-                                       {{-2.5f, 3, 10, 10}, "(-3, 3, 7, 13)"},
-                                       {{5, 1, 1e20f, 7}, "(5, 1, -2147483643, 8)"}}) {
+    for (auto const &[box, corners] :
+         {Row({0, 0, 100, 50}, ""), Row({0.4f, -0.4f, 99.6f, 50}, ""), Row({-200, 0, 0, 7}, ""),
+          Row({0, 0, 100.5f, 50}, "(0, 0, 101, 50)"), Row({-2.5f, 3, 10, 10}, "(-3, 3, 7, 13)"),
+          Row({5, 1, 1e20f, 7}, "(5, 1, -2147483643, 8)")}) {
         auto const run = [boxes = Boxes{{1, 1, 2, 2}, box}] { draw(Frame({50, 100}), boxes, {{"clamp", false}}); };
         if (corners.empty())
             EXPECT_EQ(messageOf(run), "no failure");

@@ -1,8 +1,40 @@
 #include "ImgprocNode.h"
-#include "support/LiteralCrop.h"
 
 namespace zun::test {
 namespace {
+
+/// The crop with replicated edges in its five steps, one cell at a time: the result's cells, or nothing as soon as a
+/// step touches a cell outside of the source or outside of its row of the result.
+template <class T>
+std::optional<std::vector<T>> literalCrop(Mat<T, 2> const &source, Rect<int> const &rect) {
+    int const R = int(source.shape[0]), C = int(source.shape[1]);
+    int const x = rect.x, y = rect.y, width = rect.width, height = rect.height;
+    if (width < 0 || height < 0) return std::nullopt;
+    std::vector<T> result(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    bool inside = true;
+    // Fills the columns from `begin` to `end` of the source's frame, on the rows where it overlaps.
+    auto const fill = [&](int begin, int end, auto columnFor) {
+        for (int r = std::max(y, 0); r < std::min(y + height, R); r++)
+            for (int c = begin; c < end; c++) {
+                int const from = columnFor(c);
+                inside &= r >= y && c >= x && c < x + width && from >= 0 && from < C;
+                if (inside)
+                    result[std::size_t(r - y) * std::size_t(width) + std::size_t(c - x)] = source.first()[r * C + from];
+            }
+    };
+    auto const copyRow = [&](int from, int to) {
+        inside &= from >= 0 && from < height && to >= 0 && to < height;
+        if (inside) std::copy_n(result.begin() + from * width, width, result.begin() + to * width);
+    };
+    fill(std::max(x, 0), std::min(x + width, C), [](int c) { return c; });
+    if (x < 0) fill(x, 0, [](int) { return 0; });
+    if (x + width > C) fill(C, x + width, [=](int) { return C - 1; });
+    if (y <= 0 && height > -y)
+        for (int r = y; r < std::min(y + height, 0); r++) copyRow(-y, r - y);
+    if (int const last = R - 1 - y; last >= 0 && last < height)
+        for (int r = std::max(R, y); r < y + height; r++) copyRow(last, r - y);
+    return inside ? std::optional(result) : std::nullopt;
+}
 
 Values inputs(std::shared_ptr<Variant> const &image, Box const &box) {
     return {{"image", image}, {"box", valueOf(box)}};
@@ -16,25 +48,20 @@ void expectCuts(std::string const &type) {
     std::mt19937 random(3);
     auto const frame = randomFrame<T>(4, 6, random), before = frame.clone();
     for (auto const &[box, clamp, where] : {
-             Row{{0, 0, 6, 4}, false, {0, 0, 6, 4}},
-             {{1, 1, 3, 2}, false, {1, 1, 3, 2}},
-             {{-1, -1, 4, 3}, false, {-1, -1, 4, 3}},
-             {{-1, -1, 4, 3}, true, {0, 0, 3, 2}},
-             {{4, 2, 9, 9}, true, {4, 2, 2, 2}},
-             {{-3, -3, 20, 20}, false, {-3, -3, 20, 20}},
-             {{0.4f, 0, 2.2f, 1}, false, {0, 0, 2, 1}}, // width 2, though the right edge is at 2.6
-             {{10, 0, 3, 2}, true, {0, 0, 0, 0}},
-             {{2, 2, -3, 2}, true, {0, 0, 0, 0}},
-             {{nan, nan, nan, nan}, true, {0, 0, 0, 0}},
-             {{2, 1, 0, 2}, false, {2, 1, 0, 2}},
-             {{0, -5, 3, 5}, false, {0, -5, 3, 5}},
-             {{-9, 4, 3, 2}, false, {-9, 4, 3, 2}}, // no row overlaps: zeros
+             Row({0, 0, 6, 4}, false, {0, 0, 6, 4}), Row({1, 1, 3, 2}, false, {1, 1, 3, 2}),
+             Row({-1, -1, 4, 3}, false, {-1, -1, 4, 3}), Row({-1, -1, 4, 3}, true, {0, 0, 3, 2}),
+             Row({4, 2, 9, 9}, true, {4, 2, 2, 2}), Row({-3, -3, 20, 20}, false, {-3, -3, 20, 20}),
+             Row({0.4f, 0, 2.2f, 1}, false, {0, 0, 2, 1}), // width 2, though the right edge is at 2.6
+             Row({10, 0, 3, 2}, true, {0, 0, 0, 0}), Row({2, 2, -3, 2}, true, {0, 0, 0, 0}),
+             Row({nan, nan, nan, nan}, true, {0, 0, 0, 0}), Row({2, 1, 0, 2}, false, {2, 1, 0, 2}),
+             Row({0, -5, 3, 5}, false, {0, -5, 3, 5}),
+             Row({-9, 4, 3, 2}, false, {-9, 4, 3, 2}), // no row overlaps: zeros
          }) {
         SCOPED_TRACE(type + " " + std::to_string(box.x) + ", " + std::to_string(box.y));
         auto const result = run<Mat<T, 2>>(type, {{"clamp", clamp}}, inputs(valueOf(frame), box));
         EXPECT_EQ(result.shape, (Shape<2>{std::uint32_t(where.height), std::uint32_t(where.width)}));
         EXPECT_EQ(result.strides, (Shape<2>{std::uint32_t(where.width), 1}));
-        EXPECT_EQ(elements(result), literalCrop(elements(before), 4, 6, where.x, where.y, where.width, where.height));
+        EXPECT_EQ(elements(result), literalCrop(before, where));
         EXPECT_NE(result.first(), frame.first());
     }
     EXPECT_EQ(elements(frame), elements(before));
@@ -67,26 +94,21 @@ TEST(ResizeImage, GivesTheSizeOfReducedRatiosOrTheFrameItself) {
     using Row = std::tuple<Shape<2>, Options, Shape<2>, Passing>;
     std::mt19937 random(1);
     for (auto const &[shape, options, result, passing] :
-         {Row{{4, 6}, {}, {4, 6}, shared},
-          {{4, 6}, {{"height", 2}}, {2, 3}, fresh},
-          {{4, 6}, {{"width", 9}}, {6, 9}, fresh},
-          {{4, 6},
-           {{"width", 9}, {"height", 1}, {"allowDownscale", false}, {"allowUpscale", false}},
-           {1, 9},
-           fresh}, // two sides: nothing holds them back
-          {{4, 6}, {{"largestSize", 3}, {"width", 60}, {"height", 70}}, {2, 3}, fresh},
-          {{6, 4}, {{"largestSize", 3}}, {3, 2}, fresh},
-          {{4, 4}, {{"largestSize", 8}}, {8, 8}, fresh},
-          {{4, 6}, {{"height", 4}}, {4, 6}, fresh}, // a copy
-          {{4, 6}, {{"height", 4}, {"allowUpscale", false}}, {4, 6}, shared},
-          {{4, 6}, {{"height", 2}, {"allowDownscale", false}}, {4, 6}, shared},
-          {{4, 6}, {{"height", 2}, {"allowUpscale", false}}, {2, 3}, fresh},
-          {{4, 6}, {{"width", 9}, {"allowUpscale", false}}, {4, 6}, shared},
-          {{3, 4}, {{"width", 2}}, {2, 2}, fresh},                        // halves away from zero
-          {{1, 30001}, {{"width", 20000}}, {1, 20001}, fresh},            // 2 / 3
-          {{1, 1}, {{"height", 1}, {"width", 16384}}, {1, 16383}, fresh}, // the largest ratio there is
-          {{0, 0}, {{"width", 5}}, {0, 0}, fresh},
-          {{0, 5}, {{"width", 5}}, {0, 5}, fresh}}) {
+         {Row({4, 6}, {}, {4, 6}, shared), Row({4, 6}, {{"height", 2}}, {2, 3}, fresh),
+          Row({4, 6}, {{"width", 9}}, {6, 9}, fresh),
+          Row({4, 6}, {{"width", 9}, {"height", 1}, {"allowDownscale", false}, {"allowUpscale", false}}, {1, 9},
+              fresh), // two sides: nothing holds them back
+          Row({4, 6}, {{"largestSize", 3}, {"width", 60}, {"height", 70}}, {2, 3}, fresh),
+          Row({6, 4}, {{"largestSize", 3}}, {3, 2}, fresh), Row({4, 4}, {{"largestSize", 8}}, {8, 8}, fresh),
+          Row({4, 6}, {{"height", 4}}, {4, 6}, fresh), // a copy
+          Row({4, 6}, {{"height", 4}, {"allowUpscale", false}}, {4, 6}, shared),
+          Row({4, 6}, {{"height", 2}, {"allowDownscale", false}}, {4, 6}, shared),
+          Row({4, 6}, {{"height", 2}, {"allowUpscale", false}}, {2, 3}, fresh),
+          Row({4, 6}, {{"width", 9}, {"allowUpscale", false}}, {4, 6}, shared),
+          Row({3, 4}, {{"width", 2}}, {2, 2}, fresh),                        // halves away from zero
+          Row({1, 30001}, {{"width", 20000}}, {1, 20001}, fresh),            // 2 / 3
+          Row({1, 1}, {{"height", 1}, {"width", 16384}}, {1, 16383}, fresh), // the largest ratio there is
+          Row({0, 0}, {{"width", 5}}, {0, 0}, fresh), Row({0, 5}, {{"width", 5}}, {0, 5}, fresh)}) {
         Frame const frame = randomFrame<Vec3b>(shape[0], shape[1], random);
         Frame const resized = filtered("ResizeImage", options, frame);
         EXPECT_EQ(resized.shape, result) << shape[0] << " x " << shape[1];
@@ -149,23 +171,20 @@ TEST(WarpAffine, SamplesThroughTheMatrixOrItsInverse) {
     Frame const frame = grey({2, 3}, {10, 20, 31, 40, 50, 60});
     using Row = std::tuple<Matrix, Vec2i, bool, Bytes>;
     for (auto const &[matrix, size, inverted, cells] :
-         {Row{{1, 0, 0, 0, 1, 0}, {2, 3}, false, {10, 20, 31, 40, 50, 60}},
-          {{1, 0, .5f, 0, 1, 0}, {2, 3}, true, {15, 25, 65, 45, 55, 80}}, // half of it border
-          {{1, 0, 1, 0, 1, 0}, {2, 3}, false, {100, 10, 20, 100, 40, 50}},
-          {{0, 1, 0, 1, 0, 0}, {3, 2}, false, {10, 40, 20, 50, 31, 60}},
-          {{0, 1, 0, -2, 0, 4}, {5, 2}, false, {31, 60, 25, 55, 20, 50, 15, 45, 10, 40}}, // turned and stretched
-          {{0, 1, 0, -1, 0, 2}, {3, 3}, true, {100, 40, 10, 100, 50, 20, 100, 60, 31}},
-          {{2, 0, 0, 0, 2, 0}, {2, 3}, false, {10, 15, 20, 25, 30, 35}},
-          {{1, 2, 5, 2, 4, 6}, {1, 2}, false, {10, 10}}, // singular: all of it is the first pixel
-          {{1, 0, nan, 0, 1, 0}, {1, 2}, false, {0, 0}},
-          {{1, 0, 3e9f, 0, 1, 0},
-           {1, 2},
-           true,
-           {0, 0}}, // what no int holds is the smallest, and far from it the weight
-          {{1, 0, 0, 0, 1, 0}, {0, 4}, false, {}},
-          {{1, 0, 0, 0, 1, 0}, {4, 0}, true, {}},
-          {{1, 0, 0, 0, 1, 0}, {-65536, 65536}, true, {}}, // no loop runs
-          {{1, 0, 0, 0, 1, 0}, {smallest, 2}, true, {}}}) {
+         {Row({1, 0, 0, 0, 1, 0}, {2, 3}, false, {10, 20, 31, 40, 50, 60}),
+          Row({1, 0, .5f, 0, 1, 0}, {2, 3}, true, {15, 25, 65, 45, 55, 80}), // half of it border
+          Row({1, 0, 1, 0, 1, 0}, {2, 3}, false, {100, 10, 20, 100, 40, 50}),
+          Row({0, 1, 0, 1, 0, 0}, {3, 2}, false, {10, 40, 20, 50, 31, 60}),
+          Row({0, 1, 0, -2, 0, 4}, {5, 2}, false, {31, 60, 25, 55, 20, 50, 15, 45, 10, 40}), // turned and stretched
+          Row({0, 1, 0, -1, 0, 2}, {3, 3}, true, {100, 40, 10, 100, 50, 20, 100, 60, 31}),
+          Row({2, 0, 0, 0, 2, 0}, {2, 3}, false, {10, 15, 20, 25, 30, 35}),
+          Row({1, 2, 5, 2, 4, 6}, {1, 2}, false, {10, 10}), // singular: all of it is the first pixel
+          Row({1, 0, nan, 0, 1, 0}, {1, 2}, false, {0, 0}),
+          Row({1, 0, 3e9f, 0, 1, 0}, {1, 2}, true,
+              {0, 0}), // what no int holds is the smallest, and far from it the weight
+          Row({1, 0, 0, 0, 1, 0}, {0, 4}, false, {}), Row({1, 0, 0, 0, 1, 0}, {4, 0}, true, {}),
+          Row({1, 0, 0, 0, 1, 0}, {-65536, 65536}, true, {}), // no loop runs
+          Row({1, 0, 0, 0, 1, 0}, {smallest, 2}, true, {})}) {
         Frame const warped = warp(frame, matrix, size, inverted, "0x646464");
         Frame const expected = grey({std::uint32_t(size[0]), std::uint32_t(size[1])}, cells);
         EXPECT_EQ(warped.shape, expected.shape);
@@ -244,9 +263,10 @@ TEST(Crop, GuardsPassWhatIsDefined) {
     for (int round = 0; round < 10000; round++) {
         auto const frame = randomFrame<Vec3b>(unsigned(random() % 7), unsigned(random() % 7), random);
         Box const box{number(-8, 8), number(-8, 8), number(-3, 14), number(-3, 14)};
-        auto const [x, y, width, height] = roundToInt(box);
+        Rect<int> const rect = roundToInt(box);
+        auto const [x, y, width, height] = rect;
         int const rows = int(frame.shape[0]), columns = int(frame.shape[1]);
-        auto const cut = literalCrop(elements(frame), rows, columns, x, y, width, height);
+        auto const cut = literalCrop(frame, rect);
         bool const missesColumns = y + height > 0 && y < rows && (x + width < 0 || x > columns);
         SCOPED_TRACE(testing::Message() << rows << " x " << columns << " at " << x << ", " << y << ", " << width << ", "
                                         << height);

@@ -7,7 +7,6 @@
 #include <map>
 #include <optional>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -30,21 +29,6 @@ using Bytes = std::vector<unsigned char>;
 
 inline constexpr int smallest = std::numeric_limits<int>::min(), largest = std::numeric_limits<int>::max();
 inline constexpr float nan = std::numeric_limits<float>::quiet_NaN(), infinity = std::numeric_limits<float>::infinity();
-
-/// The value of an option, of the type that it is written in.
-struct Option : OptionNode {
-    Option(bool value) : OptionNode(ofBool(value)) {}
-    Option(int value) : OptionNode(ofInt(value)) {}
-    Option(double value) : OptionNode(ofFloat(value)) {}
-    Option(std::string const &value) : OptionNode(ofString(value)) {}
-    Option(char const *value) : OptionNode(ofString(value)) {}
-    Option(Vec2i value) : OptionNode(ofVector({ofInt(value[0]), ofInt(value[1])})) {}
-};
-
-struct Options : std::map<std::string, OptionNode> {
-    Options() = default;
-    Options(std::initializer_list<std::pair<char const *, Option>> options) { insert(options.begin(), options.end()); }
-};
 
 /// A node whose ports are all connected, as OneNode does it.
 inline OneNode nodeOf(std::string const &type, Options const &options = {}) {
@@ -88,17 +72,6 @@ inline Frame grey(Shape<2> const &shape, Bytes const &cells) {
     std::vector<Vec3b> pixels;
     for (unsigned char const cell : cells) pixels.push_back({cell, cell, cell});
     return frameOf(shape, pixels);
-}
-
-/// The message of the failure that lists give for an impossible length; empty if there is none.
-template <class Action>
-std::string lengthErrorOf(Action const &action) {
-    try {
-        action();
-    } catch (std::length_error const &failure) {
-        return failure.what();
-    }
-    return "";
 }
 
 /// What the guard of a node says of values, which are named by port.

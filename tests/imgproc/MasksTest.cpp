@@ -20,21 +20,18 @@ Picture pictureOf(Grey const &mask) {
 TEST(MaskFactory, MakesMasksOfTheRoundedSizes) {
     using Row = std::tuple<Box, int, Rect<int>, Picture>;
     for (auto const &[box, shape, rectangle, picture] :
-         {Row{{-7, 9, 3, 2}, 0, {-7, 9, 3, 2}, {"###", "###"}},
-          {{0.5f, -0.5f, 0.5f, 1.4f}, 0, {1, -1, 1, 1}, {"#"}},
-          {{0, 0, 3, 3}, 1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
-          {{0, 0, 3, 3}, -1, {0, 0, 3, 3}, {".#.", "###", ".#."}},
-          {{0, 0, 10, 2}, 1, {0, 0, 10, 2}, {"..........", ".#########"}},
-          {{0, 0, 4, 1}, 1, {0, 0, 4, 1}, {"...."}},
-          {{0, 0, 4, 1}, 0, {0, 0, 4, 1}, {"####"}},
-          {{0, 0, 1, 4}, 2, {0, 0, 1, 4}, {".", "#", "#", "#"}},
-          {{0, 0, 8, 6}, 1, {0, 0, 8, 6}, {"........", "..#####.", ".#######", ".#######", ".#######", "..#####."}},
-          {{5, 6, 0.4f, 8}, 1, {5, 6, 0, 8}, {}},
-          {{5, 6, 8, -0.4f}, 0, {5, 6, 8, 0}, {}},
-          {{5, 6, 0, nan}, 1, {5, 6, 0, smallest}, {}},
-          {{5, 6, -2, -3}, 0, {5, 6, -2, -3}, {"######"}}, // signs cancel, and rows are longer than all of it
-          {{5, 6, -2, -3}, 1, {5, 6, -2, -3}, {"......"}},
-          {{0, 0, 65537, 65537}, 0, {0, 0, 65537, 65537}, {std::string(65537, '#'), std::string(65536, '#')}}}) {
+         {Row({-7, 9, 3, 2}, 0, {-7, 9, 3, 2}, {"###", "###"}), Row({0.5f, -0.5f, 0.5f, 1.4f}, 0, {1, -1, 1, 1}, {"#"}),
+          Row({0, 0, 3, 3}, 1, {0, 0, 3, 3}, {".#.", "###", ".#."}),
+          Row({0, 0, 3, 3}, -1, {0, 0, 3, 3}, {".#.", "###", ".#."}),
+          Row({0, 0, 10, 2}, 1, {0, 0, 10, 2}, {"..........", ".#########"}),
+          Row({0, 0, 4, 1}, 1, {0, 0, 4, 1}, {"...."}), Row({0, 0, 4, 1}, 0, {0, 0, 4, 1}, {"####"}),
+          Row({0, 0, 1, 4}, 2, {0, 0, 1, 4}, {".", "#", "#", "#"}),
+          Row({0, 0, 8, 6}, 1, {0, 0, 8, 6}, {"........", "..#####.", ".#######", ".#######", ".#######", "..#####."}),
+          Row({5, 6, 0.4f, 8}, 1, {5, 6, 0, 8}, {}), Row({5, 6, 8, -0.4f}, 0, {5, 6, 8, 0}, {}),
+          Row({5, 6, 0, nan}, 1, {5, 6, 0, smallest}, {}),
+          Row({5, 6, -2, -3}, 0, {5, 6, -2, -3}, {"######"}), // signs cancel, and rows are longer than all of it
+          Row({5, 6, -2, -3}, 1, {5, 6, -2, -3}, {"......"}),
+          Row({0, 0, 65537, 65537}, 0, {0, 0, 65537, 65537}, {std::string(65537, '#'), std::string(65536, '#')})}) {
         Values const inputs{{"rectangles", valueOf(std::vector<Box>{{0, 0, 1, 1}, box})}};
         Masks const masks = run<Masks>("MaskFactory", {{"maskShape", shape}}, inputs, "masks");
         ASSERT_EQ(masks.size(), 2u);
@@ -79,25 +76,20 @@ TEST(ApplyMask, PastesIntoTheFrameItReads) {
     Mask const beginning{{1, 1, 2, 2}, frameOf<unsigned char>({3, 1}, {0, 1, 1})}; // less than its rectangle holds
     Mask const corner{{3, 2, 1, 1}, Grey({1, 1}, 1)}, firstRow{{1, 0, 3, 1}, Grey({1, 3}, 1)};
     Mask const nothing{{90, -9, 0, 5}, Grey({5, 0})};
-    struct {
-        Masks masks;
-        Frames sources;
-        bool fullSize;
-        Bytes result; // on 3 rows and 4 columns of zeros
-    } const cases[] = {
-        {{square}, {numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 0}},
-        {{square}, {wide}, true, {0, 0, 0, 0, 0, 7, 0, 0, 0, 12, 13, 0}},
-        {{square}, {numbers}, false, {0, 0, 0, 0, 0, 1, 0, 0, 0, 3, 4, 0}},
-        {{beginning}, {numbers}, true, {0, 0, 0, 0, 0, 0, 7, 0, 0, 10, 0, 0}},
-        {{nothing}, {numbers}, true, Bytes(12)},
-        {{square, corner}, {numbers, wide}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 14}},
-        {{corner, square, nothing}, {numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 12}},
-        {{square}, {wide, numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 0}}, // the later one lies above
-        {{beginning, square}, {numbers, wide}, false, {0, 0, 0, 0, 0, 1, 2, 0, 0, 3, 4, 0}}};
-    for (auto const &[masks, sources, fullSize, expected] : cases) {
+    using Row = std::tuple<Masks, Frames, bool, Bytes>; // the last on 3 rows and 4 columns of zeros
+    for (auto const &[masks, sources, fullSize, expected] :
+         {Row{{square}, {numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 0}},
+          {{square}, {wide}, true, {0, 0, 0, 0, 0, 7, 0, 0, 0, 12, 13, 0}},
+          {{square}, {numbers}, false, {0, 0, 0, 0, 0, 1, 0, 0, 0, 3, 4, 0}},
+          {{beginning}, {numbers}, true, {0, 0, 0, 0, 0, 0, 7, 0, 0, 10, 0, 0}},
+          {{nothing}, {numbers}, true, Bytes(12)},
+          {{square, corner}, {numbers, wide}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 14}},
+          {{corner, square, nothing}, {numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 12}},
+          {{square}, {wide, numbers}, true, {0, 0, 0, 0, 0, 6, 0, 0, 0, 10, 11, 0}}, // the later one lies above
+          {{beginning, square}, {numbers, wide}, false, {0, 0, 0, 0, 0, 1, 2, 0, 0, 3, 4, 0}}}) {
         Frame const target({3, 4}, {}), result = apply(masks, sources, target, fullSize);
         EXPECT_EQ(result.first(), target.first());
-        EXPECT_EQ(elements(result), elements(grey({3, 4}, expected))) << &expected - &cases[0].result;
+        EXPECT_EQ(elements(result), elements(grey({3, 4}, expected))) << testing::PrintToString(expected);
     }
     EXPECT_EQ(elements(apply({firstRow}, {numbers}, numbers, false)),
               elements(grey({3, 4}, {1, 1, 1, 1, 5, 6, 7, 8, 9, 10, 11, 12})))

@@ -33,30 +33,18 @@ TEST(ConvertOption, ToStringKeepsTheTextOrFormatsTheValue) {
 
 TEST(ConvertOption, BetweenNumbersAndBools) {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
-    struct {
-        OptionNode node;
-        int asInt;
-        bool asBool;
-        double asFloat;
-    } const cases[] = {
-        {OptionNode::ofBool(true), 1, true, 1},
-        {OptionNode::ofBool(false), 0, false, 0},
-        {OptionNode::ofInt(-1), -1, true, -1},
-        {OptionNode::ofInt(0, "1"), 0, false, 0},
-        {OptionNode::ofInt(twoToThe32 + 5), 5, true, 4294967296.0},
-        {OptionNode::ofInt(twoToThe32), 0, true, 4294967296.0},
-        {OptionNode::ofInt(twoToThe32 / 2), smallest, true, 2147483648.0},
-        {OptionNode::ofInt(16777217), 16777217, true, 16777216},
-        {OptionNode::ofFloat(-1.9), -1, true, -1.9f},
-        {OptionNode::ofFloat(0.0), 0, false, 0},
-        {OptionNode::ofFloat(0.25), 0, true, 0.25},
-        {OptionNode::ofFloat(2147483647.5), 2147483647, true, 2147483648.0},
-        {OptionNode::ofFloat(2147483648.0), smallest, true, 2147483648.0},
-        {OptionNode::ofFloat(-3e9), smallest, true, -3e9},
-        {OptionNode::ofFloat(infinity), smallest, true, infinity},
-        {OptionNode::ofFloat(nan), smallest, true, nan},
-    };
-    for (auto const &[node, asInt, asBool, asFloat] : cases) {
+    constexpr auto integer = [](std::int64_t value) { return OptionNode::ofInt(value); };
+    constexpr auto real = [](double value) { return OptionNode::ofFloat(value); };
+    using Row = std::tuple<OptionNode, int, bool, double>;
+    for (auto const &[node, asInt, asBool, asFloat] :
+         {Row(OptionNode::ofBool(true), 1, true, 1), Row(OptionNode::ofBool(false), 0, false, 0),
+          Row(integer(-1), -1, true, -1), Row(OptionNode::ofInt(0, "1"), 0, false, 0),
+          Row(integer(twoToThe32 + 5), 5, true, 4294967296.0), Row(integer(twoToThe32), 0, true, 4294967296.0),
+          Row(integer(twoToThe32 / 2), smallest, true, 2147483648.0), Row(integer(16777217), 16777217, true, 16777216),
+          Row(real(-1.9), -1, true, -1.9f), Row(real(0.0), 0, false, 0), Row(real(0.25), 0, true, 0.25),
+          Row(real(2147483647.5), 2147483647, true, 2147483648.0),
+          Row(real(2147483648.0), smallest, true, 2147483648.0), Row(real(-3e9), smallest, true, -3e9),
+          Row(real(infinity), smallest, true, infinity), Row(real(nan), smallest, true, nan)}) {
         SCOPED_TRACE(std::to_string(node.intValue) + " " + std::to_string(node.floatValue));
         EXPECT_EQ(convertOption<int>(node), asInt);
         EXPECT_EQ(convertOption<bool>(node), asBool);

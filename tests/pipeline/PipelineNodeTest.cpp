@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include "pipeline/NodeRegistry.h"
 #include "pipeline/PipelineNode.h"
+#include "support/OneNode.h"
 
 namespace zun {
 namespace {
@@ -36,25 +38,31 @@ TEST(PipelineNode, OperationsKeepTheirSlots) {
 
 TEST(OutputSpace, IsCountedPerThreadOrAbsolutelyIn32Bits) {
     constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max(), smallest = -largest - 1;
-    struct {
-        std::int32_t limit;
-        std::uint32_t threads;
-        std::uint64_t buffered;
-        std::int32_t space;
-    } const cases[] = {{0, 8, 1000, largest},
-                       {3, 8, 1, 23},
-                       {2, 0, 0, 0},
-                       {-3, 8, 1, 2},
-                       {-3, 8, 5, -2},
-                       {2, 2, 9, -5},
-                       {1, 4, (std::uint64_t(1) << 32) + 3, 1},
-                       {largest, 2, 0, -2},
-                       {1 << 30, 4, 7, -7},
-                       {smallest, 8, 0, smallest},
-                       {smallest, 8, 1, largest},
-                       {-1, 8, 0xFFFFFFFF, 2}};
-    for (auto const &[limit, threads, buffered, space] : cases)
+    using Row = std::tuple<std::int32_t, std::uint32_t, std::uint64_t, std::int32_t>;
+    for (auto const &[limit, threads, buffered, space] :
+         {Row(0, 8, 1000, largest), Row(3, 8, 1, 23), Row(2, 0, 0, 0), Row(-3, 8, 1, 2), Row(-3, 8, 5, -2),
+          Row(2, 2, 9, -5), Row(1, 4, (std::uint64_t(1) << 32) + 3, 1), Row(largest, 2, 0, -2), Row(1 << 30, 4, 7, -7),
+          Row(smallest, 8, 0, smallest), Row(smallest, 8, 1, largest), Row(-1, 8, 0xFFFFFFFF, 2)})
         EXPECT_EQ(outputSpace(limit, threads, buffered), space) << limit << " x " << threads << " - " << buffered;
+}
+
+TEST(NodeRegistry, KeepsTheFirstMeaningOfATypeStringAndReportsBothLibraries) {
+    test::loadLibrary(FIRST_CLAIM);
+    NodeRegistry::Entry const *const first = NodeRegistry::find("Claimed");
+    EXPECT_EQ(NodeRegistry::takeConflicts(), std::vector<std::string>());
+
+    test::loadLibrary(SECOND_CLAIM);
+    EXPECT_EQ(
+        NodeRegistry::takeConflicts(),
+        std::vector<std::string>{"node type \"Claimed\" is registered twice: by " FIRST_CLAIM " and by " SECOND_CLAIM});
+    EXPECT_EQ(NodeRegistry::takeConflicts(), std::vector<std::string>()) << "told once";
+    EXPECT_EQ(NodeRegistry::find("Claimed"), first);
+    EXPECT_EQ(first->library, FIRST_CLAIM);
+    EXPECT_EQ(first->documentation.summary, "first_claim");
+
+    std::vector<std::string> types;
+    for (auto const *entry : NodeRegistry::entries()) types.push_back(entry->type);
+    EXPECT_EQ(types, (std::vector<std::string>{"Claimed", "Claimed by first_claim", "Claimed by second_claim"}));
 }
 
 } // namespace

@@ -37,16 +37,6 @@ TEST(TypeExpression, TextThatIsNoneComesBackAsItIs) {
         EXPECT_EQ(canonicalType(text), text);
 }
 
-TEST(ValueTypes, AreFoundByValueAndByAnySpelling) {
-    for (ValueType const *type : valueTypes())
-        for (std::string const &name : {type->expression, type->spelling}) EXPECT_EQ(valueTypeNamed(name), type) << name;
-    EXPECT_EQ(valueTypeOf(*valueOf(Colour())), valueTypeNamed("zun::Mat<RGBPixel, 2>"));
-    EXPECT_EQ(valueTypeOf(*valueOf(std::vector<std::vector<Vec2i>>())),
-              valueTypeNamed("zun::List<zun::List<zun::Vec<int, 2>>>"));
-    EXPECT_EQ(valueTypeOf(*valueOf(2.5)), nullptr);
-    EXPECT_EQ(valueTypeNamed("any"), nullptr);
-}
-
 TEST(ValueTypes, OfAPluginAreWholeOnceAPortNamesThem) {
     using Doubles = Mat<double, 2>;
     EXPECT_EQ(valueTypeNamed("zun::Mat<double, 2>"), nullptr);

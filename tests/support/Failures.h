@@ -1,6 +1,7 @@
 // What a test sees of failures: the lines that reach the log, and the message of the exception.
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -9,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "containers/Exception.h"
 #include "vexa_logging/Log.h"
 
 namespace zun::test {
@@ -37,11 +37,11 @@ private:
     std::vector<std::string> lines;
 };
 
-/// The message of the zun::Exception that `action` throws; "no failure" if it throws none.
+/// The message of the exception that `action` throws; "no failure" if it throws none.
 inline std::string messageOf(std::function<void()> const &action) {
     try {
         action();
-    } catch (Exception const &failure) {
+    } catch (std::exception const &failure) {
         return failure.what();
     }
     return "no failure";

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,7 @@
 #include <dlfcn.h>
 
 #include "containers/Exception.h"
+#include "containers/Mat.h"
 #include "containers/Variant.h"
 #include "pipeline/NodeRegistry.h"
 #include "pipeline/PipelineNode.h"
@@ -36,6 +38,21 @@ T const &held(std::shared_ptr<Variant> const &value) {
 inline void loadLibrary(char const *path) {
     if (dlopen(path, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE) == nullptr) throw Exception(dlerror());
 }
+
+/// The value of an option, of the type that it is written in.
+struct Option : OptionNode {
+    Option(bool value) : OptionNode(ofBool(value)) {}
+    Option(int value) : OptionNode(ofInt(value)) {}
+    Option(double value) : OptionNode(ofFloat(value)) {}
+    Option(std::string const &value) : OptionNode(ofString(value)) {}
+    Option(char const *value) : OptionNode(ofString(value)) {}
+    Option(Vec2i value) : OptionNode(ofVector({ofInt(value[0]), ofInt(value[1])})) {}
+};
+
+struct Options : std::map<std::string, OptionNode> {
+    Options() = default;
+    Options(std::initializer_list<std::pair<char const *, Option>> options) { insert(options.begin(), options.end()); }
+};
 
 /// A configuration that connects every port: an input to the stream of its own name, an output to "out.<its name>".
 inline NodeConfig connected(std::string const &type, std::map<std::string, OptionNode> options = {}) {
