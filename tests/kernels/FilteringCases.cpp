@@ -38,7 +38,7 @@ KernelCase firstChannel(int bins) {
             }};
 }
 
-/// Windows that leave no pixel uncovered. The plain form takes minutes for large windows on large frames.
+/// Windows that leave no pixel uncovered. The plain form takes too long for large windows on wide frames.
 KernelCase inWindows(std::string special, WindowSeries alongRows, WindowSeries alongColumns) {
     auto const covered = [](WindowSeries series, std::uint32_t extent) {
         return series.step <= series.length || static_cast<std::int64_t>(extent) <= series.length;
@@ -53,7 +53,7 @@ KernelCase inWindows(std::string special, WindowSeries alongRows, WindowSeries a
             },
             [=](FrameSize size) {
                 return covered(alongRows, size.columns) && covered(alongColumns, size.rows) &&
-                       (bearable || size.columns < 1000);
+                       (bearable || size.columns <= 100);
             }};
 }
 

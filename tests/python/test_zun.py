@@ -175,7 +175,7 @@ class Nodes(unittest.TestCase):
                 before = len(turns)
                 options = dict(stepX=1, stepY=1, windowWidth=64, windowHeight=64)
                 zun.call("SlidingWindowNormalizeGreyImage", {"input": np.zeros((1000, 1000), np.uint8)}, options)
-                self.assertGreater(len(turns), before)
+                self.assertGreater(len(turns), before + 3)  # one of them may come when the node is dropped
             finally:
                 sys.setswitchinterval(interval)
                 stop.set()
