@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds everything with warnings as errors and runs all tests: in the release build, then with address and
-# undefined-behaviour sanitizers, then those of the rooms that threads meet in with the thread sanitizer.
+# undefined-behaviour sanitizers, then those of the libraries that threads meet in with the thread sanitizer.
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 
 # The undefined-behaviour sanitizer only reports otherwise.
@@ -33,9 +33,9 @@ run_tests release --test-dir build/release
 build asan-ubsan
 run_tests asan-ubsan --test-dir build/asan-ubsan
 
-threaded_rooms=(run vexa_core vexa_imgproc vexa_logging)
-build tsan "${threaded_rooms[@]/%/_tests}"
-for room in "${threaded_rooms[@]}"; do run_tests "tsan-$room" --test-dir "build/tsan/tests/$room"; done
+threaded_libraries=(run vexa_core vexa_imgproc vexa_logging)
+build tsan "${threaded_libraries[@]/%/_tests}"
+for library in "${threaded_libraries[@]}"; do run_tests "tsan-$library" --test-dir "build/tsan/tests/$library"; done
 
 echo "$passed passed, $failed failed"
 [[ $failed -eq 0 ]]

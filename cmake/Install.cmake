@@ -1,17 +1,17 @@
 # What cmake --install puts under a prefix. The tree works wherever it is moved to.
 #   bin/                    the programs
-#   lib/                    the shared rooms; lib/zun/ the plug-ins; lib/cmake/zun/ the package files
-#   include/zun/            the headers of the rooms that a plug-in stands on
+#   lib/                    the shared libraries; lib/zun/ the plug-ins; lib/cmake/zun/ the package files
+#   include/zun/            the headers of the libraries that a plug-in stands on
 #   lib/python3/dist-packages/   the Python module and its type stubs
 #   share/fonts/            the font that text is drawn with by default
 #   share/zun/examples/     descriptions, and the photos they run on
 
 include(CMakePackageConfigHelpers)
 
-set(plugin_rooms vexa_logging vexa_core containers pipeline node)
+set(plugin_libraries vexa_logging vexa_core containers pipeline node)
 set(package_dir lib/cmake/zun)
 
-install(TARGETS ${plugin_rooms} EXPORT zunTargets LIBRARY DESTINATION lib)
+install(TARGETS ${plugin_libraries} EXPORT zunTargets LIBRARY DESTINATION lib)
 install(TARGETS catalogue description graph run vexa_imgproc LIBRARY DESTINATION lib NAMELINK_SKIP)
 install(TARGETS zun graphPipeline RUNTIME DESTINATION bin)
 install(TARGETS imgproc LIBRARY DESTINATION ${ZUN_PLUGIN_DIR})
@@ -23,8 +23,8 @@ install(TARGETS python LIBRARY DESTINATION ${python_dir})
 install(FILES src/python/zun.pyi DESTINATION ${python_dir})
 set_target_properties(python PROPERTIES INSTALL_RPATH "$ORIGIN/../..")
 
-foreach(room ${plugin_rooms})
-    install(DIRECTORY src/${room} DESTINATION include/zun FILES_MATCHING PATTERN "*.h")
+foreach(library ${plugin_libraries})
+    install(DIRECTORY src/${library} DESTINATION include/zun FILES_MATCHING PATTERN "*.h")
 endforeach()
 
 install(EXPORT zunTargets NAMESPACE zun:: DESTINATION ${package_dir})

@@ -22,7 +22,7 @@ faults = []
 # Each library's folder, and the libraries that it names.
 folders, named = {}, {name: set() for name in floor}
 for file in (root / "src").rglob("CMakeLists.txt"):
-    calls = re.findall(r"\b(zun_room|zun_plugin|add_library|pybind11_add_module|target_link_libraries)\s*\(([^)]*)\)",
+    calls = re.findall(r"\b(zun_library|zun_plugin|add_library|pybind11_add_module|target_link_libraries)\s*\(([^)]*)\)",
                        file.read_text())
     for function, text in calls:
         name, *words = re.sub(r"#.*", "", text).replace("zun::", "").split()
@@ -54,7 +54,7 @@ for path, included in includes.items():
                for header in included if library_of(header) not in {None, own, *named[own]}]
 
 # A header that sees a third party's is neither installed nor included by another library.
-installed = re.search(r"set\(plugin_rooms ([^)]*)\)", (root / "cmake/Install.cmake").read_text()).group(1).split()
+installed = re.search(r"set\(plugin_libraries ([^)]*)\)", (root / "cmake/Install.cmake").read_text()).group(1).split()
 seeing, before = set(), None
 while before != len(seeing):
     before = len(seeing)
