@@ -42,7 +42,7 @@ public:
 
     void process(zun::Tick tick) override {
         require(columns > 0 && rows > 0 && count >= 0, "columns > 0 && rows > 0 && count >= 0",
-                "ScatterStars: no library for ", count, " stars in ", rows, " rows and ", columns, " columns");
+                "ScatterStars: no space for ", count, " stars in ", rows, " rows and ", columns, " columns");
         std::seed_seq start{static_cast<std::uint64_t>(seed), static_cast<std::uint64_t>(tick)};
         std::mt19937 random(start);
         auto const below = [&](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
