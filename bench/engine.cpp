@@ -23,6 +23,7 @@
 #include "containers/Mask.h"
 #include "containers/Mat.h"
 #include "containers/Rect.h"
+#include "graph/Check.h"
 #include "node/Registration.h"
 #include "pipeline/NodeRegistry.h"
 #include "run/Guard.h"

@@ -4,6 +4,7 @@
 
 #include "catalogue/Plugins.h"
 #include "cli/Terminal.h"
+#include "graph/Check.h"
 #include "media/HostNodes.h"
 
 namespace zun::cli {

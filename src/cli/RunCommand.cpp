@@ -16,6 +16,7 @@
 #include "cli/ProgressDisplay.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
+#include "description/Scalars.h"
 #include "description/Setting.h"
 #include "run/Run.h"
 #include "vexa_core/MatAlloc.h"

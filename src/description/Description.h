@@ -87,9 +87,4 @@ Description parseDescription(std::string const &text, std::string const &file, O
 /// The same for a file; a file that can't be read is a diagnostic.
 Description readDescription(std::string const &file, Overrides const &overrides = {});
 
-/// Reads one value as a description would hold it: plain scalars by the core schema (true and false, decimal and 0x
-/// integers, floats), quoted ones as strings, and flow lists; the raw text is kept, of a list a readable form. Throws
-/// zun::Exception for a text that is not such a value.
-OptionNode parseValue(std::string const &text);
-
 } // namespace zun::engine

@@ -27,4 +27,9 @@ ResolvedScalar resolvePlain(std::string const &text);
 OptionNode optionFrom(YamlNode const &node, YamlOrigin const &origin, Place const &fallback, std::string const &what,
                       DiagnosticList &diagnostics);
 
+/// Reads one value as a description would hold it: plain scalars by the core schema (true and false, decimal and 0x
+/// integers, floats), quoted ones as strings, and flow lists; the raw text is kept, of a list a readable form. Throws
+/// zun::Exception for a text that is not such a value.
+OptionNode parseValue(std::string const &text);
+
 } // namespace zun::engine

@@ -1,3 +1,5 @@
+#include "graph/Check.h"
+
 #include <algorithm>
 #include <thread>
 #include <utility>

@@ -1,5 +1,5 @@
-// A pipeline whose nodes are wired to one another and typed: what check() makes of a description, and what a run, a
-// drawing and a statement of memory take.
+// A pipeline whose nodes are wired to one another and typed: what check() (graph/Check.h) makes of a description, and
+// what a run, a drawing and a statement of memory take.
 #pragma once
 
 #include <cstddef>
@@ -92,19 +92,5 @@ struct Graph {
     GraphPort const &output(StreamEnd end) const { return nodes[end.node].outputs[end.port]; }
     GraphPort const &input(StreamEnd end) const { return nodes[end.node].inputs[end.port]; }
 };
-
-/// Wires a description's nodes, and finds everything that is wrong with it: errors that would fail the run, and
-/// warnings. The node types have to be registered, so plug-ins are loaded before.
-///
-/// Errors: what is wrong with the description's form; an unknown node type, port, option or limit (with the nearest
-/// known name); a required input or option that is missing; an option value of the wrong kind; a stream that is read
-/// but not written, written twice, or part of a cycle; types that don't agree; what a node forecasts that it fails at;
-/// a file that two nodes write, or one writes and another reads. Warnings: an output nobody reads, a limit that starves
-/// a node, an option value that makes no sense for the option, a number that an int option cuts, and a stream whose
-/// frames one node changes in place while others read them.
-///
-/// A problem is reported once: a misspelt name counts as the one it most likely means from then on. Thread-safe. Throws
-/// nothing of its own.
-Graph check(Description description);
 
 } // namespace zun::engine

@@ -48,9 +48,9 @@ Diagnostic refuse(InputStream<T> const &at, Parts const &...parts) {
 /// The values that a node is about to read.
 class Arriving {
 public:
-    explicit Arriving(TickInputs const &ofTick) : inputs(ofTick) {}
+    explicit Arriving(TickInputs const &tickInputs) : inputs(tickInputs) {}
 
-    Tick tick() const { return inputs.tick(); }
+    Tick tick() const { return inputs.now(); }
 
     /// The value at an input; null where it is not connected, or holds nothing at this tick.
     template <class T>

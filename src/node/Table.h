@@ -120,9 +120,9 @@ struct OptionRow {
     double most = std::numeric_limits<double>::infinity();
     std::array<OptionChoice, mostChoices> choices{};
 
-    constexpr OptionRow is(OptionKind ofKind) const {
+    constexpr OptionRow is(OptionKind meaning) const {
         OptionRow row = *this;
-        row.kind = ofKind;
+        row.kind = meaning;
         return row;
     }
 

@@ -50,9 +50,9 @@ struct OptionSense {
 /// type: a host compares the types before it hands values to a guard.
 class TickInputs {
 public:
-    TickInputs(Tick ofTick, Variant const *const *byPort) : currentTick(ofTick), values(byPort) {}
+    TickInputs(Tick tick, Variant const *const *byPort) : currentTick(tick), values(byPort) {}
 
-    Tick tick() const { return currentTick; }
+    Tick now() const { return currentTick; }
 
     /// Null for an input that is not connected, or has no value at this tick.
     Variant const *at(std::size_t port) const { return values[port]; }

@@ -27,7 +27,8 @@ std::int32_t outputSpace(std::int32_t limit, std::uint32_t hardwareThreads, std:
 
 /// Base of all nodes. The order of calls on one node: constructor, initialize() once, process() tick by tick in
 /// increasing order, flush() once, destructor. A node that says canSelfParallelise() may be inside process() for
-/// several ticks at once; no other two calls on one node overlap.
+/// several ticks at once, and readyForProcessingInputs() may be asked meanwhile; no other two calls on one node
+/// overlap.
 class PipelineNode {
 public:
     PipelineNode(PipelineNode const &) = delete;
@@ -79,8 +80,8 @@ public:
     /// it is given. Asked once, after initialize(). Base: the tick it is given.
     virtual Tick getRunUntil(Tick end);
 
-    /// Whether no further tick can be processed. Asked of a generator after each process(): when it is true, the run
-    /// ends before the first tick at which the node wrote nothing. Base: false.
+    /// Whether no further tick can be processed. Asked of a generator after a process() that wrote nothing, when none
+    /// of its ticks runs: when it is true, the run ends before the first such tick. Base: false.
     virtual bool processProgressNeverPossible();
 
     /// The connected streams.

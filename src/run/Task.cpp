@@ -6,7 +6,6 @@
 
 #include "containers/Exception.h"
 #include "pipeline/NodeSpecification.h"
-#include "pipeline/TypeMismatch.h"
 #include "run/Guard.h"
 
 namespace zun::engine {
@@ -76,14 +75,8 @@ std::string listStreams(Task const &task, RunNodes const &run) {
 
 } // namespace
 
-std::string describeValue(Variant const &value, ValueType const *type) {
-    if (type == nullptr) return "a value of type " + demangle(typeid(value));
-    std::string const summary = type->summary(value);
-    return "a value of type " + type->spelling + (summary.empty() ? "" : " (" + summary + ")");
-}
-
-Task::Task(RunNode &ofNode)
-    : node(&ofNode), inputs(ofNode.wiring->reads.size()), outputs(ofNode.wiring->outputs.size()) {}
+Task::Task(RunNode &runNode)
+    : node(&runNode), inputs(runNode.wiring->reads.size()), outputs(runNode.wiring->outputs.size()) {}
 
 void Task::begin(Tick atTick) {
     tick = atTick;

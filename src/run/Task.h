@@ -29,7 +29,7 @@ struct Task {
     std::optional<double> nanoseconds;             ///< what process() took, where it was timed
     std::uint64_t bytesExpected = 0;               ///< what it will write, as far as the scheduler knows
 
-    explicit Task(RunNode &ofNode);
+    explicit Task(RunNode &runNode);
 
     /// Readies the task for a tick, and takes the option changes that are due with it; a task that has some must run
     /// alone on its node.

@@ -31,7 +31,7 @@ public:
 
     class Contour {
     public:
-        explicit Contour(Border const &ofBorder) : border(ofBorder) {}
+        explicit Contour(Border const &found) : border(found) {}
 
         /// The smallest rectangle that holds all pixels of the border.
         Rect<int> getBoundingBox() const { return border.box; }

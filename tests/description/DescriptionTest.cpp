@@ -6,7 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "description/NearestName.h"
-#include "graph/Graph.h"
+#include "description/Scalars.h"
+#include "graph/Check.h"
 #include "support/Mutations.h"
 #include "support/TestNodes.h"
 

@@ -1,4 +1,4 @@
-#include "graph/Graph.h"
+#include "graph/Check.h"
 
 #include <thread>
 

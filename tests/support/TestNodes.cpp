@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "containers/Mat.h"
+#include "graph/Check.h"
 
 namespace zun::engine::test {
 namespace {

@@ -24,8 +24,6 @@ std::string show(OptionNode const &node) {
 
 } // namespace
 
-RecordSink::~RecordSink() = default;
-
 void rejectRecord(OptionNode const &node, RecordPlace const &place, std::string const &expected) {
     std::string const where = place.text();
     throw Exception((where.empty() ? "" : where + ": ") + "expected " + expected + ", found " + show(node));

@@ -9,7 +9,7 @@ namespace zun {
 /// Takes a value apart: a scalar, or a list of what is written between beginList() and endList().
 class RecordSink {
 public:
-    virtual ~RecordSink();
+    virtual ~RecordSink() = default;
 
     virtual void beginList() = 0;
     virtual void endList() = 0;
