@@ -6,6 +6,7 @@
 //     options: {size: [480, 640], borderColour: 0x202020}
 
 #include <cstdint>
+#include <cstring>
 
 #include "containers/Arithmetic.h"
 #include "containers/Mat.h"
@@ -75,11 +76,13 @@ public:
         if (hasPixels())
             zun::kernels::warpAffine(frame.first(), {frame.shape[0], frame.shape[1]}, toFrame, border, warped.first(),
                                      {warped.shape[0], warped.shape[1]});
+        else if (warped.count != 0)
+            std::memset(static_cast<void *>(warped.first()), 0, warped.bytes()); // the same in every run
         writeStream(tick, output, warped);
     }
 
 private:
-    /// With a size below 1 the output is not written. It is as large as 32 bits have the product.
+    /// With a size below 1 there is nothing to warp. The output is as large as 32 bits have the product.
     bool hasPixels() const { return size[0] > 0 && size[1] > 0; }
 
     static zun::kernels::AffineMap mapOf(Matrix const &matrix) {
