@@ -20,6 +20,7 @@ namespace {
 
 std::string libraryPath(std::string const &pathOrName) {
     if (pathOrName.find('/') != std::string::npos) return pathOrName;
+    if (pathOrName.ends_with(".so") && std::ifstream(pathOrName)) return "./" + pathOrName;
     return installationPrefix() + "/lib/zun/" + pathOrName + ".so";
 }
 

@@ -1,5 +1,6 @@
-// zun nodes: lists the node types, or prints what is known of one.
+// zun nodes: lists the node types, all or those with a word, or prints what is known of one.
 
+#include <cctype>
 #include <iostream>
 #include <map>
 
@@ -51,8 +52,7 @@ Json describe(Entry const &entry) {
             {"library", entry.library}};
 }
 
-void printList(bool json) {
-    std::vector<Entry const *> const entries = NodeRegistry::entries();
+void print(std::vector<Entry const *> const &entries, bool json) {
     if (json) {
         Json list = Json::array();
         for (Entry const *entry : entries) list.push_back(describe(*entry));
@@ -64,9 +64,18 @@ void printList(bool json) {
     std::cout << engine::alignedTable(rows);
 }
 
-int reportUnknown(std::string const &type) {
-    printError(engine::unknownType(type) + " (zun nodes lists them all)");
-    return failed;
+std::string lowerCase(std::string text) {
+    for (char &c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+/// The types whose name or summary holds a word, in upper or lower case.
+std::vector<Entry const *> typesWith(std::string const &word) {
+    std::vector<Entry const *> found;
+    for (Entry const *entry : NodeRegistry::entries())
+        if (lowerCase(entry->type + '\n' + entry->documentation.summary).find(lowerCase(word)) != std::string::npos)
+            found.push_back(entry);
+    return found;
 }
 
 struct NodesArguments {
@@ -78,30 +87,38 @@ struct NodesArguments {
 int showNodes(NodesArguments const &arguments) {
     loadNodeTypes(arguments.plugins);
     if (arguments.type.empty()) {
-        printList(arguments.json);
+        print(NodeRegistry::entries(), arguments.json);
         return fine;
     }
-    Entry const *const entry = NodeRegistry::find(arguments.type);
-    if (entry == nullptr) return reportUnknown(arguments.type);
-    if (arguments.json)
-        std::cout << describe(*entry).dump(2) << '\n';
-    else
-        std::cout << engine::nodeText(*entry);
+    if (Entry const *const entry = NodeRegistry::find(arguments.type)) {
+        std::cout << (arguments.json ? describe(*entry).dump(2) + '\n' : engine::nodeText(*entry));
+        return fine;
+    }
+    std::vector<Entry const *> const found = typesWith(arguments.type);
+    if (found.empty()) {
+        printError(engine::unknownType(arguments.type) + " (zun nodes lists them all)");
+        return failed;
+    }
+    print(found, arguments.json);
     return fine;
 }
 
 } // namespace
 
 void addNodesCommand(CLI::App &program, Action &chosen) {
-    CLI::App *const command = program.add_subcommand("nodes", "List the node types, or describe one");
+    CLI::App *const command =
+        program.add_subcommand("nodes", "List the node types, search them for a word, or describe one");
     auto const arguments = std::make_shared<NodesArguments>();
-    command->add_option("TYPE", arguments->type, "The type to describe: its streams, options and defaults")
+    command
+        ->add_option("TYPE", arguments->type,
+                     "The type to describe: its streams, options and defaults; or a word that names and summaries hold")
         ->type_name("");
     command->add_flag("--json", arguments->json, "Print JSON");
     addPluginOption(*command, arguments->plugins);
     command->footer("Exit status: 0 on success, 1 for an unknown type, 2 for wrong usage.\n\n"
                     "Examples:\n"
                     "  zun nodes\n"
+                    "  zun nodes blur\n"
                     "  zun nodes DrawPoints\n"
                     "  zun nodes 'Crop<Vec3b>' --json");
     command->callback([arguments, &chosen] { chosen = [arguments] { return showNodes(*arguments); }; });

@@ -75,7 +75,7 @@ void keepFreedMemory() {
 } // namespace
 
 void addPluginOption(CLI::App &command, std::vector<std::string> &plugins) {
-    command.add_option("--plugin", plugins, "Load a further plug-in: a path with a '/' in it, or a name in lib/zun/")
+    command.add_option("--plugin", plugins, "Load a further plug-in: a path, or a name in lib/zun/")
         ->type_name("PATH|NAME")
         ->allow_extra_args(false);
 }
@@ -98,6 +98,7 @@ int runProgram(CLI::App &program, int count, char const *const *arguments, Actio
     std::signal(SIGPIPE, SIG_IGN);
     keepFreedMemory();
     setProgramName(program.get_name());
+    program.set_version_flag("--version", program.get_name() + " " ZUN_VERSION);
     showLog(false);
     try {
         program.parse(count, arguments);

@@ -101,6 +101,8 @@ TEST(Graph, IsPrintedWithNamesTypesAndPorts) {
 TEST(Nodes, AreListedWithThoseOfTheHostAndToldOneByOne) {
     Folder const folder;
     expectParts(zun("nodes", folder).out, {"  ReadFrames ", "  Constant ", "  Crop<Vec3b> ", "  CropAny "});
+    EXPECT_EQ(zun("nodes BOXBLUR", folder).out, "  GreyBoxBlur  Blurs a grey frame by the mean over a box\n"
+                                                "  RGBBoxBlur   Blurs a colour frame by the mean over a box\n");
     Ended const one = zun("nodes Crop<Vec3f>", folder);
     EXPECT_EQ(one.status, 0);
     EXPECT_EQ(one.out, R"(Crop<Vec3f>: Cuts a rectangle out of a frame of one element type

@@ -37,6 +37,7 @@ TEST(Usage, WrongUsageHasAStatusOfItsOwnAndIsAMessage) {
             EXPECT_EQ(ended.out, "") << begin << end;
         }
     EXPECT_EQ(graphPipeline("", folder).status, 2);
+    EXPECT_TRUE(zun("--version", folder).out.starts_with("zun "));
     EXPECT_EQ(graphPipeline("p.yaml --json", folder).status, 2);
 }
 
@@ -49,7 +50,8 @@ TEST(Usage, AnOptionTakesOneValueAndLeavesTheFileAlone) {
 TEST(Usage, APlugInThatDoesNotLoadIsReportedWithTheReason) {
     Folder const folder;
     folder.write("broken.so", std::string(200, 'x'));
-    expectOneError(zun("nodes --plugin ./broken.so", folder), {"./broken.so", "invalid ELF header"});
+    for (std::string const name : {"./broken.so", "broken.so"})
+        expectOneError(zun("nodes --plugin " + name, folder), {name, "invalid ELF header"});
 }
 
 TEST(Usage, OutputThatCannotBeWrittenIsAFailure) {
