@@ -14,7 +14,7 @@ run_tests() {
     local name=$1 log=build/$1-tests.log
     shift
     say "testing $name; the log is $log"
-    ctest --output-on-failure --no-tests=error --timeout 120 -j "$(nproc)" "$@" >"$log" 2>&1 </dev/null || true
+    ctest --output-on-failure --no-tests=error --timeout 300 -j "$(nproc)" "$@" >"$log" 2>&1 </dev/null || true
     local summary
     summary=$(grep -E '^[0-9]+% tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -1) || {
         tail -20 "$log" >&2
