@@ -1,8 +1,8 @@
 #include "catalogue/Plugins.h"
 
+#include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
@@ -28,10 +28,13 @@ std::string libraryPath(std::string const &pathOrName) {
 /// library.
 std::optional<std::string> sectionOf(std::string const &path, std::string const &name) {
     std::ifstream in(path, std::ios::binary);
-    std::string const file(std::istreambuf_iterator<char>(in), {});
     auto const part = [&](std::uint64_t offset, std::uint64_t size) -> std::optional<std::string> {
-        if (offset > file.size() || size > file.size() - offset) return std::nullopt;
-        return file.substr(offset, size);
+        constexpr std::uint64_t most = 1u << 20; // of what is looked for, far less
+        std::string bytes(std::min(size, most), '\0');
+        in.clear();
+        in.seekg(static_cast<std::streamoff>(offset));
+        in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        return in ? std::optional(bytes) : std::nullopt;
     };
     auto const headerAt = [&](Elf64_Ehdr const &elf, std::uint64_t index) {
         Elf64_Shdr header{};
