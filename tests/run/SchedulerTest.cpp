@@ -219,7 +219,7 @@ TEST(Stop, CompletesTheTicksThatBegan) {
     for (Way const &way : ways) {
         auto const progress = std::make_shared<Progress>();
         std::jthread const stopper([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            while (progress->ticksDone < 5) std::this_thread::sleep_for(std::chrono::milliseconds(1));
             progress->stop = true;
         });
         // The second sink is ahead of the first by the values on their streams.
