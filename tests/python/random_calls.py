@@ -155,7 +155,6 @@ def main():
     if "LD_PRELOAD" not in os.environ:  # sanitizers reserve more than any limit
         resource.setrlimit(resource.RLIMIT_AS, (most_memory, most_memory))
     nodes = zun.nodes()
-    assert len(nodes) == 25, nodes
     begun = time.monotonic()
     counts = {node: collections.Counter() for node in nodes}
     for i in range(calls):
@@ -165,6 +164,8 @@ def main():
     print(f"{calls} calls in {time.monotonic() - begun:.1f} s, seed {seed}")
     assert calls < 1000 or all(kinds["ran"] for kinds in counts.values()), "a node type never got to run"
 
+    if "LD_PRELOAD" in os.environ:
+        return  # sanitizers keep what was freed, and find leaks by themselves
     replay()  # what is kept for later calls is there from now on
     held = replay()
     grown = [replay() for _ in range(4)][-1] - held
