@@ -21,10 +21,16 @@ std::string contentOf(engine::GraphStream const &stream) {
     return count + " of " + std::to_string(*stream.bytesPerValue) + " bytes";
 }
 
+/// Whether it holds what a source tells of its frames: a few bytes a frame, which a description need not name.
+bool isBesideFrames(engine::Graph const &graph, engine::GraphStream const &stream) {
+    std::size_t const row = graph.output(stream.writers.front()).row;
+    return graph.nodes[stream.producer()].type->facts.outputs[row].besideFrames;
+}
+
 void printMemory(engine::Graph const &graph) {
     std::vector<engine::GraphStream const *> holding;
     for (engine::GraphStream const &stream : graph.streams)
-        if (stream.isRead() && stream.capacity > 0) holding.push_back(&stream);
+        if (stream.isRead() && stream.capacity > 0 && !isBesideFrames(graph, stream)) holding.push_back(&stream);
     if (holding.empty()) return;
     std::size_t widest = 0;
     for (engine::GraphStream const *stream : holding) widest = std::max(widest, stream->name.size());
@@ -41,12 +47,13 @@ void printMemory(engine::Graph const &graph) {
 
 int checkDescription(DescriptionArguments const &arguments) {
     engine::Graph const graph = readAndCheck(arguments);
-    auto const errors = std::count_if(graph.diagnostics.begin(), graph.diagnostics.end(), [](Diagnostic const &one) {
-        return one.severity == Diagnostic::Severity::Error;
-    });
-    auto const warnings = static_cast<std::ptrdiff_t>(graph.diagnostics.size()) - errors;
-    Terminal::standardError().write(arguments.file + ": " + counted(std::uint64_t(errors), "error") + ", " +
-                                    counted(std::uint64_t(warnings), "warning"));
+    auto const count = [&](Diagnostic::Severity severity) {
+        return static_cast<std::uint64_t>(
+            std::count_if(graph.diagnostics.begin(), graph.diagnostics.end(),
+                          [&](Diagnostic const &one) { return one.severity == severity; }));
+    };
+    Terminal::standardError().write(arguments.file + ": " + counted(count(Diagnostic::Severity::Error), "error") +
+                                    ", " + counted(count(Diagnostic::Severity::Warning), "warning"));
     if (!graph.passed()) return failed;
     printMemory(graph);
     return fine;

@@ -25,6 +25,7 @@ std::int32_t limitOf(GraphNode const &node, GraphPort const &output) {
 
 GraphBuilder::GraphBuilder(Description description) {
     for (Diagnostic const &known : description.diagnostics) diagnostics.add(known);
+    connectSources(description);
     graph.description = std::make_shared<Description const>(std::move(description));
     graph.nodes.resize(graph.description->nodes.size());
 }
@@ -89,6 +90,11 @@ void GraphBuilder::warning(GraphNode const &node, Place const &place, std::strin
                            std::string const &message) {
     diagnostics.add(
         {Diagnostic::Severity::Warning, place, node.description->name, port, "node " + node.label() + message});
+}
+
+void GraphBuilder::note(GraphNode const &node, std::string const &message) {
+    diagnostics.add({Diagnostic::Severity::Note, node.description->typePlace, node.description->name, "",
+                     "node " + node.label() + " " + message});
 }
 
 Graph check(Description description) { return GraphBuilder(std::move(description)).build(); }

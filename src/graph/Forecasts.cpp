@@ -68,20 +68,32 @@ bool areSame(FileUse const &a, FileUse const &b) {
 } // namespace
 
 void GraphBuilder::askForForecasts() {
-    std::vector<Forecast> forecasts;
-    for (GraphNode &node : graph.nodes) forecasts.push_back(forecastOf(node));
+    std::vector<Forecast> forecasts(graph.nodes.size());
+    // Of nodes on a cycle, which are not in the order, nothing is asked: they don't run.
+    for (std::size_t const index : graph.order) {
+        GraphNode &node = graph.nodes[index];
+        Variant const *source = nullptr;
+        for (GraphPort const &input : node.inputs) {
+            bool const beside = input.row != unknownRow && node.type->facts.inputs[input.row].besideFrames;
+            auto const &writers = graph.streams[input.stream].writers;
+            if (beside && !writers.empty()) source = forecasts[writers.front().node].source.get();
+        }
+        forecasts[index] = forecastOf(node, source);
+    }
     checkFiles(forecasts);
     estimateSizes(forecasts);
 }
 
-Forecast GraphBuilder::forecastOf(GraphNode &node) {
+Forecast GraphBuilder::forecastOf(GraphNode &node, Variant const *source) {
     if (node.failed || node.type == nullptr || node.type->facts.forecast == nullptr) return {};
     Place const &place = node.description->typePlace;
     try {
         std::unique_ptr<PipelineNode> const built(
             node.type->factory({nullptr, static_cast<int>(node.index)}, node.description->config()));
-        Forecast forecast = node.type->facts.forecast(*built);
+        Forecast forecast = node.type->facts.forecast(*built, source);
         for (std::string const &problem : forecast.problems) error(node, place, "", "would fail: " + problem);
+        for (std::string const &warned : forecast.warnings) warning(node, place, "", " " + warned);
+        for (std::string const &noted : forecast.notes) note(node, noted);
         return forecast;
     } catch (std::exception const &failure) {
         error(node, place, "", std::string("would fail: ") + failure.what());

@@ -19,11 +19,12 @@ public:
 
 private:
     // Each step is a file of its own, in this order.
-    void checkNode(GraphNode &node);    // NodeCheck.cpp
-    void checkOptions(GraphNode &node); // OptionCheck.cpp
-    void connect(GraphNode &node);      // Check.cpp
-    void checkStreams();                // StreamCheck.cpp
-    void findCycles();                  // Order.cpp
+    static void connectSources(Description &description); // Sources.cpp
+    void checkNode(GraphNode &node);                      // NodeCheck.cpp
+    void checkOptions(GraphNode &node);                   // OptionCheck.cpp
+    void connect(GraphNode &node);                        // Check.cpp
+    void checkStreams();                                  // StreamCheck.cpp
+    void findCycles();                                    // Order.cpp
     void sortNodes();
     void askForForecasts(); // Forecasts.cpp
 
@@ -48,12 +49,13 @@ private:
     void warnOfNoOutput(GraphNode const &node);
     std::vector<std::string> writtenStreams() const;
 
-    Forecast forecastOf(GraphNode &node);
+    Forecast forecastOf(GraphNode &node, Variant const *source);
     void checkFiles(std::vector<Forecast> const &forecasts);
     void estimateSizes(std::vector<Forecast> const &forecasts);
 
     void error(GraphNode &node, Place const &place, std::string const &port, std::string const &message);
     void warning(GraphNode const &node, Place const &place, std::string const &port, std::string const &message);
+    void note(GraphNode const &node, std::string const &message);
 
     Graph graph;
     DiagnosticList diagnostics;

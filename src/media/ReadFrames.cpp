@@ -16,6 +16,7 @@
 #include "media/FilePattern.h"
 #include "media/FrameReader.h"
 #include "media/Registrations.h"
+#include "media/Source.h"
 #include "node/Registration.h"
 
 namespace zun::media {
@@ -25,10 +26,12 @@ class ReadFrames : public Node {
     int first = 0, count = 0, repeat = 1;
     OutputStream<RgbFrame> rgb;
     OutputStream<GreyFrame> grey;
+    OutputStream<FrameSource> source;
 
     std::optional<FilePattern> pattern;
     std::unique_ptr<FrameReader> video; ///< null for images
     std::uint64_t frames = 0;           ///< that are played, once
+    std::shared_ptr<SourceInfo const> about = std::make_shared<SourceInfo>();
 
 public:
     using Node::Node;
@@ -42,7 +45,10 @@ public:
         static constexpr auto inputs = rows();
         static constexpr auto outputs =
             rows(output("rgb", "zun::Mat<zun::Vec3b, 2>", &ReadFrames::rgb, "the frame in colour"),
-                 output("grey", "zun::Mat<unsigned char, 2>", &ReadFrames::grey, "the frame in grey"));
+                 output("grey", "zun::Mat<unsigned char, 2>", &ReadFrames::grey, "the frame in grey"),
+                 output("source", "zun::media::FrameSource", &ReadFrames::source,
+                        "the frame's file, number and time; reaches the nodes that need them by itself")
+                     .besideFrames());
         static constexpr auto options = rows(
             requiredOption("path", "std::string", &ReadFrames::path,
                            "an image, a video, or a sequence of images such as in-%05d.png")
@@ -82,6 +88,7 @@ public:
             readVideo(index, wanted, result);
         else
             FrameReader(pattern->file(index)).next(wanted, result);
+        if (source.connected()) writeStream(tick, source, {about, pattern->file(index), index, 0, 0});
         if (wanted.rgb) writeStream(tick, rgb, std::move(result.rgb));
         if (wanted.grey) writeStream(tick, grey, std::move(result.grey));
     }

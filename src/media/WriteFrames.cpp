@@ -17,6 +17,7 @@
 #include "media/FilePattern.h"
 #include "media/FrameWriter.h"
 #include "media/Registrations.h"
+#include "media/Source.h"
 #include "node/Registration.h"
 
 namespace zun::media {
@@ -27,6 +28,7 @@ class WriteFrames : public Node {
     int quality = 95;
     bool lossless = true;
     InputStream<Variant> frames;
+    InputStream<FrameSource> source;
 
     std::unique_ptr<VideoWriter> video;
     std::atomic<bool> wroteImage = false;
@@ -40,7 +42,10 @@ public:
                                       .classCode = 1,
                                       .summary = "Writes frames to images or a video"};
         static constexpr auto inputs =
-            rows(input("frames", "any", &WriteFrames::frames, "frames of bytes, or, with a scale, of floats"));
+            rows(input("frames", "any", &WriteFrames::frames, "frames of bytes, or, with a scale, of floats"),
+                 optionalInput("source", "zun::media::FrameSource", &WriteFrames::source,
+                               "file, number and time of each frame; \"-\" to do without")
+                     .besideFrames());
         static constexpr auto outputs = rows();
         static constexpr auto options =
             rows(requiredOption("path", "std::string", &WriteFrames::path,

@@ -61,6 +61,7 @@ concept ClassTemplate = requires {
 ///   bool mayOverlap() const                  if its ticks may overlap with some options and not with others
 ///   Verdict guard(Arriving const &in) const  if values can hurt it, apart from unsound frames; see node/Guard.h
 ///   Forecast forecast() const                if it knows its outputs or files ahead of the run
+///   Forecast forecast(Variant const *source) const  the same, with what the source of its frames tells; may be null
 template <class Class>
 class Generated final : public Class {
     using Table = typename Class::Table;
@@ -281,10 +282,10 @@ template <class Class>
 NodeFacts Generated<Class>::facts() {
     NodeFacts facts;
     forEachRow(Table::inputs, [&]<class T>(InputRow<Class, T> const &input) {
-        facts.inputs.push_back({input.name, valueType<T>(), input.inPlace});
+        facts.inputs.push_back({input.name, valueType<T>(), input.inPlace, input.beside});
     });
     forEachRow(Table::outputs, [&]<class T>(OutputRow<Class, T> const &output) {
-        facts.outputs.push_back({output.name, valueType<T>(), output.likeInput, output.typeOption});
+        facts.outputs.push_back({output.name, valueType<T>(), output.likeInput, output.typeOption, output.beside});
     });
     forEachRow(Table::options, [&]<class T>(OptionRow<Class, T> const &option) {
         OptionSense sense{option.kind, option.least, option.most, {}};
@@ -293,8 +294,12 @@ NodeFacts Generated<Class>::facts() {
         facts.options.push_back({option.name, optionConversion<T>(), std::move(sense)});
     });
     if constexpr (hasGuard || readsFrames()) facts.guard = check;
-    if constexpr (requires(Class const &node) { node.forecast(); })
-        facts.forecast = [](PipelineNode const &node) {
+    if constexpr (requires(Class const &node, Variant const *source) { node.forecast(source); })
+        facts.forecast = [](PipelineNode const &node, Variant const *source) {
+            return static_cast<Generated const &>(node).Class::forecast(source);
+        };
+    else if constexpr (requires(Class const &node) { node.forecast(); })
+        facts.forecast = [](PipelineNode const &node, Variant const *) {
             return static_cast<Generated const &>(node).Class::forecast();
         };
     return facts;

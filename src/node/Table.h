@@ -67,11 +67,20 @@ struct InputRow {
     bool optional;
     int line; ///< the row's own line in the node's file, where failures about the input point
     bool inPlace = false;
+    bool beside = false;
 
     /// The node writes into the frames that it reads here. It gets a copy where somebody else reads them, too.
     constexpr InputRow changedInPlace() const {
         InputRow row = *this;
         row.inPlace = true;
+        return row;
+    }
+
+    /// Takes what the source of the node's frames tells of each of them. Where a description leaves the input out, it
+    /// is connected to the source that the node's other inputs come from, by whatever path.
+    constexpr InputRow besideFrames() const {
+        InputRow row = *this;
+        row.beside = true;
         return row;
     }
 };
@@ -87,6 +96,7 @@ struct OutputRow {
     int line;
     char const *likeInput = "";
     char const *typeOption = "";
+    bool beside = false;
 
     /// The values have the shape of those at an input, or at the only one that is connected (connectedInput).
     constexpr OutputRow shapedLike(char const *input) const {
@@ -99,6 +109,14 @@ struct OutputRow {
     constexpr OutputRow typeFrom(char const *option) const {
         OutputRow row = *this;
         row.typeOption = option;
+        return row;
+    }
+
+    /// What a source tells of each of its frames that the frame itself can't hold. It reaches the inputs besideFrames()
+    /// of the nodes that the frames come to, without a word in the description.
+    constexpr OutputRow besideFrames() const {
+        OutputRow row = *this;
+        row.beside = true;
         return row;
     }
 };

@@ -1,6 +1,7 @@
 #include "pipeline/Diagnostic.h"
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 
 namespace zun {
@@ -11,8 +12,9 @@ std::string Place::text() const {
 }
 
 std::string Diagnostic::text() const {
+    constexpr std::array<char const *, 3> kinds{"error: ", "warning: ", "note: "};
     std::string const where = place.text();
-    return (where.empty() ? "" : where + ": ") + (severity == Severity::Error ? "error: " : "warning: ") + message;
+    return (where.empty() ? "" : where + ": ") + kinds[static_cast<std::size_t>(severity)] + message;
 }
 
 bool hasErrors(Diagnostics const &diagnostics) {

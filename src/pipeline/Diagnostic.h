@@ -18,7 +18,7 @@ struct Place {
 };
 
 struct Diagnostic {
-    enum class Severity { Error, Warning };
+    enum class Severity { Error, Warning, Note };
 
     Severity severity = Severity::Error;
     Place place;         ///< in the description; of no line for what a node's guard says

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -80,7 +81,15 @@ struct FileUse {
 struct Forecast {
     std::map<std::string, std::uint64_t> bytes; ///< output port -> bytes of one value, where known
     std::vector<std::string> problems;          ///< why the node would fail, such as an input file that is missing
+    std::vector<std::string> warnings;          ///< what it will leave out, such as the sound of a video
+    std::vector<std::string> notes;             ///< what it settles by itself, such as the frame rate of a video
     std::vector<FileUse> files;
+
+    /// Of a node with an output `besideFrames`: what holds for all of its frames, for the nodes that these reach.
+    std::shared_ptr<Variant const> source;
+
+    /// Whether its frames follow one another in time. Where frames come from several sources, such a one goes before.
+    bool moves = false;
 };
 
 /// An output that has the shape of the only input that is connected.
@@ -91,6 +100,7 @@ struct NodeFacts {
         std::string name;
         ValueType const *type = nullptr; ///< null for one that takes values of every type
         bool changedInPlace = false;     ///< the node writes into the frames that it reads here
+        bool besideFrames = false;       ///< a host connects it by itself; see OutputRow::besideFrames()
     };
 
     struct Output {
@@ -98,6 +108,7 @@ struct NodeFacts {
         ValueType const *type = nullptr;
         std::string shapedLike; ///< an input whose frames have the same shape, or connectedInput; "" for none
         std::string typeOption; ///< the option that holds the type expression of its values; "" for none
+        bool besideFrames = false;
     };
 
     struct Option {
@@ -117,13 +128,24 @@ struct NodeFacts {
     std::optional<Diagnostic> (*guard)(PipelineNode const &node, TickInputs const &inputs) = nullptr;
 
     /// Asked ahead of the run of a node that is built and not yet initialised; null for a type without a forecast.
-    Forecast (*forecast)(PipelineNode const &node) = nullptr;
+    /// `source` is what the node that its input `besideFrames` is connected to has forecast; null where there is none.
+    Forecast (*forecast)(PipelineNode const &node, Variant const *source) = nullptr;
+
+    Input const *inputBesideFrames() const { return findBeside(inputs); }
+    Output const *outputBesideFrames() const { return findBeside(outputs); }
 
     Input const *findInput(std::string const &name) const { return find(inputs, name); }
     Output const *findOutput(std::string const &name) const { return find(outputs, name); }
     Option const *findOption(std::string const &name) const { return find(options, name); }
 
 private:
+    template <class Entries>
+    static typename Entries::value_type const *findBeside(Entries const &entries) {
+        for (auto const &entry : entries)
+            if (entry.besideFrames) return &entry;
+        return nullptr;
+    }
+
     template <class Entries>
     static typename Entries::value_type const *find(Entries const &entries, std::string const &name) {
         for (auto const &entry : entries)

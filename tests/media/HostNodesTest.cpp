@@ -39,7 +39,7 @@ struct MediaFiles : testing::Test {
     static Forecast forecast(std::string const &type, Options options) {
         NodeRegistry::Entry const &entry = *NodeRegistry::find(type);
         std::unique_ptr<PipelineNode> const node(entry.factory({}, connected(type, std::move(options))));
-        return entry.facts.forecast(*node);
+        return entry.facts.forecast(*node, nullptr);
     }
 
     /// Why a node fails to initialise, which it has to tell ahead.
