@@ -1,6 +1,7 @@
 // What sources tell of their frames has to reach the nodes that want it, by whatever path the frames come.
 #include <gtest/gtest.h>
 
+#include "containers/Exception.h"
 #include "graph/Check.h"
 #include "support/TestNodes.h"
 
