@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <limits>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -71,6 +70,11 @@ std::string folderOf(std::string const &path) {
     return folder.empty() ? "." : folder;
 }
 
+/// The path of a name in a folder.
+std::string besides(std::string const &folder, std::string const &name) {
+    return folder == "." ? name : (fs::path(folder) / name).string();
+}
+
 /// In the name of a partial file, in place of the final name.
 std::string shortened(std::string const &name) {
     if (name.size() <= longestInPartial) return name;
@@ -83,19 +87,23 @@ std::string shortened(std::string const &name) {
     return name.substr(0, length) + digits.data();
 }
 
-/// The process in the name of a partial file, of the final name `of` or, where that is empty, of any.
-std::optional<pid_t> processIn(std::string const &name, std::string const &of) {
+struct Partial {
+    std::string file, finalName; ///< the latter shortened
+    pid_t process = 0;
+};
+
+/// What the name of a partial file says; nothing for another name.
+std::optional<Partial> partialOf(std::string const &name) {
     if (!name.starts_with('.') || !name.ends_with(ending)) return std::nullopt;
     std::string const whole = name.substr(0, name.size() - std::strlen(ending));
     std::size_t const dot = whole.rfind('.'), dash = whole.find('-', dot);
-    if (dot == 0 || dot + 1 == whole.size() || dash == std::string::npos) return std::nullopt;
-    if (!of.empty() && whole.substr(1, dot - 1) != shortened(of)) return std::nullopt;
+    if (dot < 2 || dash == std::string::npos) return std::nullopt;
     std::string const process = whole.substr(dot + 1, dash - dot - 1), number = whole.substr(dash + 1);
     auto const isNumber = [](std::string const &text) {
         return !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
     };
     if (!isNumber(process) || !isNumber(number)) return std::nullopt;
-    return static_cast<pid_t>(std::stol(process));
+    return Partial{name, whole.substr(1, dot - 1), static_cast<pid_t>(std::stol(process))};
 }
 
 bool isRunning(pid_t process) { return process > 0 && (::kill(process, 0) == 0 || errno == EPERM); }
@@ -108,22 +116,19 @@ bool isAlive(std::string const &partial, pid_t process) {
     return (file && errno == EWOULDBLOCK) || isRunning(process);
 }
 
-struct Partial {
-    std::string file;
-    pid_t process;
-};
+using Fits = std::function<bool(std::string const &)>;
 
-/// The partial files in a folder, of the final name `of` or, where that is empty, of any. Empty for a folder that can't
-/// be read.
-std::vector<Partial> partialsIn(std::string const &folder, std::string const &of, bool plain) {
+/// The partial files in a folder, of final names that fit. Empty for a folder that can't be read.
+std::vector<Partial> partialsIn(std::string const &folder, Fits const &fits) {
     std::vector<Partial> all;
     std::error_code error;
     for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
-        std::string const name = at->path().filename().string();
-        std::optional<pid_t> const process = processIn(name, of);
+        std::optional<Partial> partial = partialOf(at->path().filename().string());
         std::error_code ignored;
-        if (process && at->symlink_status(ignored).type() == fs::file_type::regular)
-            all.push_back({plain ? name : (fs::path(folder) / name).string(), *process});
+        if (!partial || !fits(partial->finalName) || at->symlink_status(ignored).type() != fs::file_type::regular)
+            continue;
+        partial->file = besides(folder, partial->file);
+        all.push_back(*partial);
     }
     return all;
 }
@@ -153,12 +158,11 @@ std::optional<int> tryToCreate(std::string const &path, std::string const &parti
 
 } // namespace
 
-PartialFile::PartialFile(std::string const &finalPath, Claim claim) : path(finalPath) {
+PartialFile::PartialFile(std::string const &finalPath, Claim claim, std::string const &spoken) : path(finalPath) {
     static std::atomic<std::uint32_t> lastNumber = 0;
     constexpr std::uint32_t numbers = 1'000'000'000;
     constexpr int attempts = 1000;
     std::string const folder = folderOf(path), last = fs::path(path).filename().string();
-    bool const plain = !fs::path(path).has_parent_path();
     if (last.empty()) throw Exception("'" + path + "' doesn't name a file");
     if (last.size() > longestName) fail(path, "can't be written", ENAMETOOLONG);
     std::optional<FolderLock> lock;
@@ -166,15 +170,18 @@ PartialFile::PartialFile(std::string const &finalPath, Claim claim) : path(final
     std::optional<int> created;
     for (int i = 0; i < attempts && !created; i++) {
         std::string const number = std::to_string(++lastNumber % numbers);
-        std::string const own = "." + shortened(last) + "." + std::to_string(::getpid()) + "-" + number + ending;
-        partial = plain ? own : (fs::path(folder) / own).string();
+        partial = besides(folder, "." + shortened(last) + "." + std::to_string(::getpid()) + "-" + number + ending);
         created = tryToCreate(path, partial);
     }
     if (!created) fail(path, "can't be written", EEXIST);
     file = *created;
-    if (claim == Claim::None) return;
-    // Only now, so that of two claims without the folder's lock each sees the other.
-    for (Partial const &other : partialsIn(folder, last, plain)) {
+    if (claim == Claim::Path) refuseOthers(folder, spoken.empty() ? path : spoken);
+}
+
+/// Called when the own file is there, so that of two claims without the folder's lock each sees the other.
+void PartialFile::refuseOthers(std::string const &folder, std::string const &spoken) {
+    std::string const finalName = shortened(fs::path(path).filename().string());
+    for (Partial const &other : partialsIn(folder, [&](std::string const &name) { return name == finalName; })) {
         if (other.file == partial) continue;
         if (!isAlive(other.file, other.process)) {
             ::unlink(other.file.c_str());
@@ -182,7 +189,7 @@ PartialFile::PartialFile(std::string const &finalPath, Claim claim) : path(final
         }
         ::unlink(partial.c_str());
         ::close(std::exchange(file, -1));
-        failAsTaken(path, other.process);
+        failAsTaken(spoken, other.process);
     }
 }
 
@@ -207,26 +214,34 @@ void PartialFile::keep() {
     if (file >= 0) ::close(std::exchange(file, -1));
 }
 
-std::vector<std::string> findAbandoned(std::string const &folderOrOutput, bool remove) {
+std::vector<std::string> findAbandoned(std::string const &folderOrOutput) {
     std::error_code error;
     bool const all = fs::is_directory(folderOrOutput, error);
     std::string const folder = all ? folderOrOutput : folderOf(folderOrOutput);
-    std::string const output = all ? "" : fs::path(folderOrOutput).filename().string();
-    if (!fs::is_directory(folder, error))
-        throw Exception("'" + folderOrOutput + "' doesn't exist" + nearestExisting(folderOrOutput));
+    std::string const output = all ? "" : shortened(fs::path(folderOrOutput).filename().string());
     FolderLock const lock(folder);
     std::vector<Partial> const partials =
-        partialsIn(folder, output, !all && !fs::path(folderOrOutput).has_parent_path());
+        partialsIn(folder, [&](std::string const &name) { return all || name == output; });
     if (!all && partials.empty() && !fs::exists(folderOrOutput, error))
         throw Exception("'" + folderOrOutput + "' doesn't exist" + nearestExisting(folderOrOutput));
     std::vector<std::string> abandoned;
-    for (Partial const &partial : partials) {
-        if (isAlive(partial.file, partial.process)) continue;
-        if (remove && ::unlink(partial.file.c_str()) != 0 && errno != ENOENT) fail(partial.file, "can't be removed");
-        abandoned.push_back(partial.file);
-    }
+    for (Partial const &partial : partials)
+        if (!isAlive(partial.file, partial.process)) abandoned.push_back(partial.file);
     std::sort(abandoned.begin(), abandoned.end(), naturallyBefore);
     return abandoned;
+}
+
+std::vector<std::string> removeAbandoned(std::string const &folderOrOutput) {
+    std::vector<std::string> const abandoned = findAbandoned(folderOrOutput);
+    for (std::string const &file : abandoned)
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT) fail(file, "can't be removed");
+    return abandoned;
+}
+
+void removeAbandoned(std::string const &folder, Fits const &fits) {
+    FolderLock const lock(folder);
+    for (Partial const &partial : partialsIn(folder, fits))
+        if (!isAlive(partial.file, partial.process)) ::unlink(partial.file.c_str());
 }
 
 } // namespace zun::media

@@ -1,6 +1,7 @@
 // The name under which a file is written until it is complete, and the claim on its final name.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,8 @@ enum class Claim {
 class PartialFile {
 public:
     /// Throws where another process has the path, with its number: "'out.mp4' is being written by process 1234".
-    explicit PartialFile(std::string const &path, Claim claim = Claim::Path);
+    /// The path is called `spoken` there, where that is not empty.
+    explicit PartialFile(std::string const &path, Claim claim = Claim::Path, std::string const &spoken = "");
 
     /// Removes the partial file, unless it was committed or kept.
     ~PartialFile();
@@ -41,16 +43,21 @@ public:
     void keep();
 
 private:
+    void refuseOthers(std::string const &folder, std::string const &spoken);
+
     std::string path, partial;
     int file = -1;
 };
 
-/// The partial files in a folder that no process writes any more, or those of one output. With `remove`, they are
-/// removed. Throws zun::Exception for a path that is not there, and for a file that can't be removed.
-std::vector<std::string> findAbandoned(std::string const &folderOrOutput, bool remove);
+/// The partial files in a folder, or of one output, that no process writes any more. Throws zun::Exception for a path
+/// that is not there.
+std::vector<std::string> findAbandoned(std::string const &folderOrOutput);
 
-inline std::vector<std::string> removeAbandoned(std::string const &folderOrOutput) {
-    return findAbandoned(folderOrOutput, true);
-}
+/// Removes them, and returns their names. Throws zun::Exception for a path that is not there, and for a file that can't
+/// be removed.
+std::vector<std::string> removeAbandoned(std::string const &folderOrOutput);
+
+/// Removes those in a folder whose final names fit.
+void removeAbandoned(std::string const &folder, std::function<bool(std::string const &)> const &fits);
 
 } // namespace zun::media
