@@ -104,7 +104,7 @@ class PutAway:
             sent = trial.ffmpeg("-i", "film.mp4", "-c", "copy", "-f", "mpegts", "-")
             ended = trial.zun(copier("-", "taken.mp4"), stdin=None, input=sent)
         else:
-            ended = trial.zun(copier("film.mp4", "-", {}, {"container": "matroska"}))
+            ended = trial.zun(copier("film.mp4", "-", {}, {"container": "mkv"}))
             (trial.folder / "taken.mp4").write_bytes(ended.stdout)
         if ended.returncode != 0:
             raise Fault(ended.stderr)
@@ -119,11 +119,11 @@ def rows():
     return [
         Piped("NUT to NUT", nut, "nut", ["-f", "nut"], quick=True),
         Piped("Y4M to Y4M", ["-pix_fmt", "yuv444p", "-f", "yuv4mpegpipe"], "y4m", ["-f", "yuv4mpegpipe"], loss=3),
-        Piped("raw to raw", ["-f", "rawvideo", "-pix_fmt", "rgb24"], "raw",
+        Piped("raw to raw", ["-f", "rawvideo", "-pix_fmt", "rgb24"], "rawvideo",
               ["-f", "rawvideo", "-pix_fmt", "rgb24", "-s", "96x64", "-r", "30"], reading=raw, quick=True),
         Piped("raw YUV to NUT", ["-f", "rawvideo", "-pix_fmt", "yuv444p"], "nut", ["-f", "nut"],
               reading={**raw, "format": "yuv444p"}, loss=2),
-        Piped("NUT to Matroska", nut, "matroska", [], writing={"lossless": True}),
+        Piped("NUT to Matroska", nut, "mkv", [], writing={"lossless": True}),
         Pictures("ppm"),
         Pictures("png"),
         NamedPipes(),
