@@ -6,15 +6,16 @@
 //     options: {format: "{count}: {areas} px, {boxes.width:.0} wide"}
 //
 // Placeholders are the names of the streams or inputs, with the parts of boxes and points; {index} and {count}, from 0
-// and from 1; {total}; {tick}; and {name}, {stem}, {number} and {time} of the frame. See media/TextFormat.h.
+// and from 1; {total}; {tick}; and {name}, {stem}, {parent}, {number} and {time} of
+// the frame. See media/TextFormat.h.
 
 #include <array>
-#include <filesystem>
 #include <optional>
 #include <vector>
 
 #include "containers/Exception.h"
 #include "media/Elements.h"
+#include "media/OutputName.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
 #include "media/TextFormat.h"
@@ -49,7 +50,7 @@ public:
         static constexpr auto options =
             rows(requiredOption("format", "std::string", &FormatTexts::format,
                                 "the text, with placeholders: {STREAM}, {STREAM.x}, {STREAM:.1}, {index}, {count}, "
-                                "{total}, {tick}, {name}, {stem}, {number}, {time}; {{ and }} for braces"));
+                                "{total}, {tick}, {name}, {stem}, {parent}, {number}, {time}; {{ and }} for braces"));
     };
 
     void initialize() override {
@@ -84,8 +85,8 @@ private:
                                       &FormatTexts::fourth};
 
     // The names that follow those of streams and ports.
-    enum Word : std::size_t { Index, Count, Total, AtTick, Name, Stem, Number, Time };
-    static constexpr std::array words{"index", "count", "total", "tick", "name", "stem", "number", "time"};
+    enum Word : std::size_t { Index, Count, Total, AtTick, Name, Stem, Parent, Number, Time };
+    static constexpr std::array words{"index", "count", "total", "tick", "name", "stem", "parent", "number", "time"};
     static constexpr std::size_t firstWord = ports.size();
 
     /// What fills one placeholder in: a part of a column, a count from `begin` on, or the same everywhere.
@@ -148,10 +149,8 @@ private:
     }
 
     static RecordTree ofSource(Word word, FrameSource const &frame) {
-        std::filesystem::path const file(frame.file);
-        if (word == Name) return {file.filename().string()};
-        if (word == Stem) return {file.stem().string()};
         if (word == Number) return {static_cast<std::int64_t>(frame.number)};
+        if (word != Time) return {OutputName(std::string("{") + words[word] + "}").file(0, &frame)};
         return {frame.seconds()};
     }
 

@@ -10,12 +10,12 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "containers/Exception.h"
 #include "media/Fields.h"
+#include "media/OutputName.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
 #include "node/Registration.h"
@@ -50,10 +50,10 @@ public:
                      .besideFrames());
         static constexpr auto outputs = rows(output("record", "zun::media::Fields", &MergeRecords::record,
                                                     "a field for each input, under the name of its stream"));
-        static constexpr auto options =
-            rows(option("with", "any", "auto", &MergeRecords::with,
-                        "what else: a list of tick, name, file, number and time; auto: tick, and, of frames that were "
-                        "read, name, number and time; []: nothing"));
+        static constexpr auto options = rows(option(
+            "with", "any", "auto", &MergeRecords::with,
+            "what else: a list of tick, name, stem, parent, file, number, time; auto: tick, and, of frames that were "
+            "read, name, number and time; []: nothing"));
     };
 
     void initialize() override {
@@ -97,9 +97,9 @@ private:
         Fields fields; // without values, to find names that are there twice
         try {
             for (std::string const &word : words()) {
-                static constexpr std::array known{"tick", "name", "file", "number", "time"};
+                static constexpr std::array known{"tick", "name", "stem", "parent", "file", "number", "time"};
                 if (std::find(known.begin(), known.end(), word) == known.end())
-                    return "option with: '" + word + "' is not auto, tick, name, file, number or time";
+                    return "option with: '" + word + "' is not auto, tick, name, stem, parent, file, number or time";
                 if (word != "tick" && !source.connected())
                     return "option with: '" + word +
                            "' needs frames of ReadFrames, and none of the inputs comes from there; connect input "
@@ -118,9 +118,9 @@ private:
         if (word == "tick") return {static_cast<std::int64_t>(tick)};
         FrameSource const frame = readStream(tick, source);
         if (word == "file") return {frame.file};
-        if (word == "name") return {std::filesystem::path(frame.file).filename().string()};
         if (word == "number") return {static_cast<std::int64_t>(frame.number)};
-        return {frame.seconds()};
+        if (word == "time") return {frame.seconds()};
+        return {OutputName("{" + word + "}").file(tick, &frame)};
     }
 
     /// A record that was merged before gives its own fields.

@@ -20,6 +20,7 @@
 #include "media/RecordTree.h"
 #include "media/Registrations.h"
 #include "node/Registration.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::media {
 
@@ -139,10 +140,13 @@ private:
         } catch (Exception const &error) {
             return error.what();
         }
-        std::string known;
+        std::vector<std::string> known;
         for (Port const &port : ports)
-            if ((this->*port.in).connected()) known += (known.empty() ? "'" : ", '") + (this->*port.in).name + "'";
-        return "option by: '" + by + "' is not one of the streams " + known + " or a part of one";
+            if ((this->*port.in).connected()) known.push_back((this->*port.in).name);
+        std::string text;
+        for (std::string const &name : known) text += (text.empty() ? "'" : ", '") + name + "'";
+        return "option by: '" + by + "' is not one of the streams " + text + " or a part of one" +
+               suggestion(by.substr(0, by.find('.')), known);
     }
 
     /// The longest name of a stream, or else of an input, that the text begins with, and the part after it.

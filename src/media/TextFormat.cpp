@@ -8,6 +8,7 @@
 
 #include "containers/Exception.h"
 #include "media/RecordText.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::media {
 namespace {
@@ -50,10 +51,17 @@ bool beginsWith(std::string_view placeholder, std::string_view name) {
     return placeholder.size() == name.size() || placeholder[name.size()] == '.' || placeholder[name.size()] == ':';
 }
 
-std::string listed(std::vector<TextFormat::Name> const &names) {
+/// The names that there are, and the nearest to what was written.
+std::string advice(std::string_view placeholder, std::vector<TextFormat::Name> const &names) {
     std::string known;
-    for (TextFormat::Name const &name : names) known += (known.empty() ? "; there are {" : ", {") + name.text + "}";
-    return known;
+    std::vector<std::string> texts;
+    for (TextFormat::Name const &name : names) {
+        known += (known.empty() ? "" : ", ") + ("{" + name.text + "}");
+        texts.push_back(name.text);
+    }
+    std::string const wrong(placeholder.substr(0, placeholder.find_first_of(".:")));
+    std::string const near = suggestion(wrong, texts);
+    return (near.empty() ? "." : near) + " There are " + known;
 }
 
 } // namespace
@@ -98,7 +106,8 @@ TextFormat::Field TextFormat::readField(std::string_view placeholder, std::vecto
         if (isLonger && beginsWith(placeholder, name.text)) found = &name;
     }
     std::string const where = "format '" + whole + "': ";
-    if (found == nullptr) throw Exception(where + "there is no {" + std::string(placeholder) + "}" + listed(names));
+    if (found == nullptr)
+        throw Exception(where + "there is no {" + std::string(placeholder) + "}" + advice(placeholder, names));
     Field field;
     field.name = found->id;
     std::string_view rest = placeholder.substr(found->text.size());

@@ -39,7 +39,8 @@ class WriteRecords : public Node {
     InputStream<Variant> value;
 
     CsvTable table;
-    std::unique_ptr<AtomicFile> file; ///< from the first line on
+    std::unique_ptr<AtomicFile> file; ///< claimed from the start on
+    bool wrote = false;               ///< a run without a tick leaves no file
 
 public:
     using Node::Node;
@@ -63,6 +64,7 @@ public:
 
     void initialize() override {
         if (std::string const why = problem(); !why.empty()) throw Exception(why);
+        if (path != standardOutput) file = std::make_unique<AtomicFile>(path);
     }
 
     void process(Tick tick) override {
@@ -73,13 +75,13 @@ public:
                 throw Exception(std::string("the standard output can't be written: ") + std::strerror(errno));
             return;
         }
-        if (file == nullptr) file = std::make_unique<AtomicFile>(path);
         file->write(lines);
+        wrote = true;
     }
 
     void flush(Tick) override {
         std::unique_ptr<AtomicFile> const finished = std::move(file);
-        if (finished != nullptr) finished->commit();
+        if (finished != nullptr && wrote) finished->commit();
     }
 
     Forecast forecast() const {

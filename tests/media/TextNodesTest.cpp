@@ -122,7 +122,7 @@ TEST_F(TextNodes, FormatOneTextForEachElement) {
          {"[1.0,2.0,30.25,4.0][1,2,30,4]", "[5.0,6.0,7.0,8.0][5,6,7,8]", R"([9.0,10.0,11.0,"NaN"][9,10,11,NaN])"}},
         {"{names:6}|{{{names}}}", {"one   |{one}", "zw\xC3\xB6lf |{zw\xC3\xB6lf}", "      |{}"}},
         {"{boxes.height:05.1}", {"004.0", "008.0", "  NaN"}},
-        {"{stem} {name} {number:04} {time:.1}", Texts(3, "clip.2 clip.2.mp4 0042 1.2")},
+        {"{stem} {name} {parent} {number:04} {time:.1}", Texts(3, "clip.2 clip.2.mp4 in 0042 1.2")},
         {"", {"", "", ""}},
     };
     for (auto const &[text, expected] : cases)
@@ -141,7 +141,9 @@ TEST_F(TextNodes, FormatOneTextForEachElement) {
 
 TEST_F(TextNodes, RefuseFormatsThatCantBeFilledIn) {
     std::pair<char const *, std::vector<std::string>> const cases[] = {
-        {"{area}", {"format '{area}': there is no {area}; there are {areas}, {boxes}, {names}, {first}", "{time}"}},
+        {"{area}",
+         {"format '{area}': there is no {area}; did you mean 'areas'? There are {areas}, {boxes}, {names}, {first}",
+          "{time}"}},
         {"{}", {"there is no {}"}},
         {"{second", {"'{' stands alone; write {{"}},
         {"a } b", {"'}' stands alone; write }}"}},
@@ -173,9 +175,9 @@ TEST_F(TextNodes, MergeStreamsIntoOneRecordATick) {
     EXPECT_EQ(media::recordText(*merged({}, {{"boxes", valueOf(Boxes{{1, 2, 3, 4}})}, {"source", frame42()}})),
               R"({"tick":0,"name":"clip.2.mp4","number":42,"time":1.25,"boxes":[[1.0,2.0,3.0,4.0]]})");
     Options list;
-    list["with"] = OptionNode::ofVector({Option("time"), Option("file")});
+    list["with"] = OptionNode::ofVector({Option("time"), Option("stem"), Option("file")});
     EXPECT_EQ(media::recordText(*merged(list, {{"a\"b", none}, {"source", frame42()}})),
-              R"({"time":1.25,"file":"in/clip.2.mp4","a\"b":[]})");
+              R"({"time":1.25,"stem":"clip.2","file":"in/clip.2.mp4","a\"b":[]})");
     list["with"] = OptionNode::ofVector({});
     EXPECT_EQ(media::recordText(*merged(list, {{"more", plain}, {"x", valueOf(nan)}})),
               R"({"tick":3,"areas":[2741,5,-30],"on":true,"x":"NaN"})")
@@ -298,7 +300,9 @@ TEST_F(TextNodes, SelectElementsOfEveryListAndShareTheFrames) {
 
     std::tuple<Options, std::shared_ptr<Variant>, std::vector<std::string>> const wrong[] = {
         {{{"sort", "up"}}, names, {"option sort: 'up' is not none, ascending or descending"}},
-        {{{"sort", "ascending"}, {"by", "size"}}, names, {"option by: 'size' is not one of the streams 'a', 'b'"}},
+        {{{"sort", "ascending"}, {"by", "B2.x"}},
+         names,
+         {"'B2.x' is not one of the streams 'a', 'b'", "did you mean 'b'?"}},
         {{{"sort", "ascending"}, {"by", "b"}}, names, {"option by: 'b' is not a number"}},
         {{{"least", 1}, {"by", "b.x"}}, names, {"'b' holds std::string, which has no part 'x'"}},
         {{{"least", "few"}}, names, {"option least: expected a number or none"}},
