@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "containers/Exception.h"
-#include "description/NearestName.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::engine {
 

@@ -11,9 +11,9 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/Terminal.h"
-#include "description/NearestName.h"
 #include "description/Setting.h"
 #include "imgproc/kernels/Targets.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::cli {
 namespace {
@@ -33,7 +33,7 @@ bool isSetting(std::string const &text) { return engine::parseSetting(text).has_
 std::string explainCommand(CLI::App const &program, std::string const &word) {
     std::vector<std::string> known;
     for (CLI::App const *const command : program.get_subcommands({})) known.push_back(command->get_name());
-    return "there is no command '" + word + "'" + engine::suggestion(word, known);
+    return "there is no command '" + word + "'" + suggestion(word, known);
 }
 
 void reportUsage(CLI::App const &program, std::string const &firstWord, CLI::ParseError const &error) {
@@ -91,6 +91,9 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
         ->check(formOf("node.option=value", isSetting))
         ->allow_extra_args(false);
     addPluginOption(command, arguments.plugins);
+    command.add_flag("--allow-network", arguments.allowNetwork,
+                     "Let nodes read addresses such as rtsp://camera/stream");
+    command.add_flag("--allow-devices", arguments.allowDevices, "Let nodes read cameras such as v4l2:/dev/video0");
 }
 
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {

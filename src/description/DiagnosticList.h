@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "description/NearestName.h"
 #include "pipeline/Diagnostic.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::engine {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "containers/Exception.h"
-#include "description/NearestName.h"
+#include "pipeline/NearestName.h"
 
 namespace zun::engine {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "catalogue/NodeTypes.h"
-#include "description/NearestName.h"
+#include "pipeline/NearestName.h"
 #include "run/Guard.h"
 
 namespace zun::engine {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "description/NearestName.h"
 #include "description/Scalars.h"
 #include "graph/Check.h"
 #include "support/Mutations.h"
@@ -218,23 +217,6 @@ nodes:
     }
     EXPECT_GT(checked, 1000);
     EXPECT_GT(passed, 100); // not all of them were refused at the door
-}
-
-TEST(NearestName, IsWhatAHumanWouldHaveMeant) {
-    std::vector<std::string> const names{"DrawPoints",    "CropAny", "Crop<Vec3b>", "Crop<Vec3f>",
-                                         "NegativeImage", "in",      "out",         "colour"};
-    for (auto const &[meant, wrongs] :
-         std::map<std::string, std::vector<std::string>>{{"Crop<Vec3b>", {"Crop"}},
-                                                         {"Crop<Vec3f>", {"crop<vec3f>"}},
-                                                         {"DrawPoints", {"DrawPoint"}},
-                                                         {"NegativeImage", {"NegatveImgae", "NEGATIVEIMAGE", "Neg"}},
-                                                         {"colour", {"color"}},
-                                                         {"out", {"uot"}}})
-        for (std::string const &wrong : wrongs) EXPECT_EQ(nearestName(wrong, names), meant) << wrong;
-    for (char const *const wrong : {"xy", "", "WarpAffine", "radius"})
-        EXPECT_EQ(nearestName(wrong, names), std::nullopt) << wrong;
-    EXPECT_EQ(nearestName(std::string(100000, 'x'), names), std::nullopt);
-    EXPECT_EQ(nearestName("x", {}), std::nullopt);
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace zun::engine {
+namespace zun {
 
 /// The known name nearest to a misspelt one, or nothing if none is near. Case doesn't count; a name without its end
 /// ("Crop" for "Crop<Vec3b>") is near. Of several that are equally near the first.
@@ -22,4 +22,4 @@ std::vector<std::string> keysOf(Map const &map) {
     return keys;
 }
 
-} // namespace zun::engine
+} // namespace zun

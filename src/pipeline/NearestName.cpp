@@ -1,10 +1,10 @@
-#include "description/NearestName.h"
+#include "pipeline/NearestName.h"
 
 #include <algorithm>
 #include <cctype>
 #include <limits>
 
-namespace zun::engine {
+namespace zun {
 namespace {
 
 /// Longer names are not compared; the time that a comparison takes grows with the square of their length.
@@ -65,4 +65,4 @@ std::string suggestion(std::string const &wrong, std::vector<std::string> const 
     return nearest ? "; did you mean '" + *nearest + "'?" : "";
 }
 
-} // namespace zun::engine
+} // namespace zun
