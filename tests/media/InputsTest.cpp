@@ -304,7 +304,7 @@ TEST_F(Inputs, OfVideosKeepTheirTimes) {
         {"open.ts", source + sound + "mp2 -c:v mpeg2video -bf 2", 30, false, "mp2"},
         {"vp9.webm", source + sound + "libopus -c:v libvpx-vp9 -cpu-used 8", 30, false, "opus"},
         {"uneven.mp4", source + "-vf \"select='not(mod(n,3))+gt(n,15)'\" -vsync vfr" + h264, 0, true},
-        {"rotated.mp4", "-i plain.mp4 -an -c copy -metadata:s:v rotate=90", 30, false, "", 90},
+        {"rotated.mp4", "-i plain.mp4 -an -c copy -metadata:s:v rotate=90", 30, false, "", 270},
         {"wide.mp4", source + h264 + "-vf setsar=4/3", 30, false, "", 0, {4, 3}},
         {"hd.mp4",
          source + h264 + "-colorspace bt709 -color_primaries bt709 -color_trc bt709",
@@ -347,8 +347,9 @@ TEST_F(Inputs, OfVideosKeepTheirTimes) {
         ffmpeg("-i " + clip.name +
                " -vsync passthrough -sws_flags bicubic+accurate_rnd+full_chroma_int+full_chroma_inp"
                "+bitexact -pix_fmt rgb24 -f rawvideo " +
-               clip.name + ".rgb"); // upright, too
-        for (std::size_t i : {std::size_t(0), count / 2, count - 1}) expectPixels(clip.name, read.frames[i], 1, i);
+               clip.name + ".rgb"); // upright, too; turned before its chroma is made as large as its luma
+        for (std::size_t i : {std::size_t(0), count / 2, count - 1})
+            expectPixels(clip.name, read.frames[i], rotated ? 8 : 1, i);
     }
 }
 
