@@ -5,6 +5,7 @@
 #include "catalogue/Plugins.h"
 #include "cli/Terminal.h"
 #include "graph/Check.h"
+#include "media/Host.h"
 #include "media/HostNodes.h"
 
 namespace zun::cli {
@@ -29,6 +30,8 @@ void loadNodeTypes(std::vector<std::string> const &plugins) {
 }
 
 engine::Graph readAndCheck(DescriptionArguments const &arguments) {
+    media::hostSettings() = {arguments.threads, arguments.allowNetwork, arguments.allowDevices};
+    media::setWarningSink(printWarning);
     loadNodeTypes(arguments.plugins);
     engine::Graph graph = engine::check(engine::readDescription(arguments.file, overridesOf(arguments)));
     constexpr std::size_t mostShown = 200;

@@ -17,14 +17,17 @@ struct DescriptionArguments {
     std::vector<std::string> variables; ///< "name=value"
     std::vector<std::string> settings;  ///< "node.option=value"
     std::vector<std::string> plugins;   ///< paths or names, beside the image-processing nodes
+    bool allowNetwork = false, allowDevices = false;
+    unsigned threads = 0; ///< that one decoder or encoder may use; 0: one for each core
 };
 
 /// Makes the node types known: the host's own, those of the plug-in imgproc, and those of the plug-ins given. Throws
 /// zun::Exception for a plug-in that can't be loaded.
 void loadNodeTypes(std::vector<std::string> const &plugins);
 
-/// Loads the node types, reads the description and checks it. All diagnostics go to the standard error stream, in the
-/// order of the file.
+/// Tells the host's nodes what they may use, loads the node types, reads the description and checks it. All diagnostics
+/// go to the standard error stream, in the order of the file: errors, warnings, and notes on what nodes settle by
+/// themselves.
 engine::Graph readAndCheck(DescriptionArguments const &arguments);
 
 } // namespace zun::cli

@@ -1,5 +1,6 @@
 #include "cli/Interrupt.h"
 
+#include <array>
 #include <csignal>
 
 namespace zun::cli {
@@ -10,23 +11,28 @@ static_assert(std::atomic<std::atomic<bool> *>::is_always_lock_free);
 
 std::atomic<std::atomic<bool> *> stopFlag = nullptr;
 
+constexpr std::array signals{SIGINT, SIGTERM, SIGHUP};
+
+/// Sets what the signals do, but for SIGHUP where it is ignored.
+void setAll(void (*handler)(int)) {
+    for (int const signal : signals)
+        if (std::signal(signal, handler) == SIG_IGN && signal == SIGHUP) std::signal(signal, SIG_IGN);
+}
+
 extern "C" void noteSignal(int) {
     if (std::atomic<bool> *const flag = stopFlag.load()) *flag = true;
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    setAll(SIG_DFL);
 }
 
 } // namespace
 
 Interrupt::Interrupt(std::atomic<bool> &stop) {
     stopFlag = &stop;
-    std::signal(SIGINT, noteSignal);
-    std::signal(SIGTERM, noteSignal);
+    setAll(noteSignal);
 }
 
 Interrupt::~Interrupt() {
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    setAll(SIG_DFL);
     stopFlag = nullptr;
 }
 

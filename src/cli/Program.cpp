@@ -91,6 +91,9 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
         ->check(formOf("node.option=value", isSetting))
         ->allow_extra_args(false);
     addPluginOption(command, arguments.plugins);
+    command.add_flag("--allow-network", arguments.allowNetwork,
+                     "Let nodes read addresses such as rtsp://camera/stream");
+    command.add_flag("--allow-devices", arguments.allowDevices, "Let nodes read cameras such as v4l2:/dev/video0");
 }
 
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {

@@ -20,8 +20,9 @@ using Action = std::function<int()>;
 void addRunCommand(CLI::App &program, Action &chosen);
 void addCheckCommand(CLI::App &program, Action &chosen);
 void addNodesCommand(CLI::App &program, Action &chosen);
+void addCleanCommand(CLI::App &program, Action &chosen);
 
-/// FILE, -D, --set and --plugin.
+/// FILE, -D, --set, --plugin, --allow-network and --allow-devices.
 void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments);
 void addPluginOption(CLI::App &command, std::vector<std::string> &plugins);
 

@@ -137,7 +137,9 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         ->type_name("TICK:NODE.OPTION=VALUE")
         ->allow_extra_args(false)
         ->check(CLI::Validator([&options](std::string &text) { return readChange(text, options.changes); }, ""));
-    command.add_option("--threads", options.threads, "Threads that run nodes (default: one for each core)")
+    command
+        .add_option("--threads", options.threads,
+                    "Threads that run nodes, and that each decoder and encoder may use (default: one for each core)")
         ->type_name("N")
         ->check(CLI::Range(1u, mostThreads).description(""));
     command
@@ -169,6 +171,7 @@ void addRunCommand(CLI::App &program, Action &chosen) {
     addRunOptions(*command, *arguments);
     command->footer(
         "The first Ctrl-C ends the run once the ticks that have begun are complete; the second ends it at once.\n"
+        "SIGTERM and SIGHUP do the same.\n"
         "Exit status: 0 when the run completed, 1 when it failed or the description has errors, 2 for wrong usage.\n\n"
         "Examples:\n"
         "  zun run examples/first.yaml -D out=/tmp --progress\n"
@@ -176,6 +179,7 @@ void addRunCommand(CLI::App &program, Action &chosen) {
         "  zun run film.yaml --plugin ./build/stars.so");
     command->callback([arguments, &chosen] {
         arguments->options.executor = executors.at(arguments->executor);
+        arguments->description.threads = arguments->options.threads;
         chosen = [arguments] { return runDescription(*arguments); };
     });
 }

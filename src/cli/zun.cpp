@@ -1,4 +1,4 @@
-// The program zun: runs and checks pipelines, and describes node types.
+// The program zun: runs and checks pipelines, describes node types, and removes what killed runs left.
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +10,7 @@ int main(int argc, char **argv) {
     zun::cli::addRunCommand(program, action);
     zun::cli::addCheckCommand(program, action);
     zun::cli::addNodesCommand(program, action);
+    zun::cli::addCleanCommand(program, action);
     program.require_subcommand(1);
     program.footer(
         "Each command has a --help of its own.\n"

@@ -24,44 +24,23 @@ std::string AtomicFile::temporaryName(std::string const &path) {
     return (place.parent_path() / ("." + place.filename().string() + ".part")).string();
 }
 
-AtomicFile::AtomicFile(std::string const &finalPath) : path(finalPath), temporary(temporaryName(finalPath)) {
-    descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (descriptor < 0) fail(path, "can't be written");
-}
-
-AtomicFile::~AtomicFile() {
-    if (descriptor < 0) return;
-    ::close(descriptor);
-    ::unlink(temporary.c_str());
-}
+AtomicFile::AtomicFile(std::string const &finalPath, Claim claim) : path(finalPath), partial(finalPath, claim) {}
 
 void AtomicFile::write(std::string_view bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
-        ssize_t const step = ::write(descriptor, bytes.data() + done, bytes.size() - done);
+        ssize_t const step = ::write(partial.descriptor(), bytes.data() + done, bytes.size() - done);
         if (step < 0 && errno == EINTR) continue;
         if (step < 0) {
             int const reason = errno;
             // Keeps what was written before whole. If this fails too, the first reason is still the one to report.
-            if (::ftruncate(descriptor, static_cast<off_t>(size)) == 0)
-                ::lseek(descriptor, static_cast<off_t>(size), SEEK_SET);
+            if (::ftruncate(partial.descriptor(), static_cast<off_t>(size)) == 0)
+                ::lseek(partial.descriptor(), static_cast<off_t>(size), SEEK_SET);
             errno = reason;
             fail(path, "can't be written");
         }
         done += static_cast<std::size_t>(step);
     }
     size += bytes.size();
-}
-
-void AtomicFile::commit() {
-    int const closed = ::close(descriptor);
-    descriptor = -1;
-    if (closed != 0) {
-        int const reason = errno;
-        ::unlink(temporary.c_str());
-        errno = reason;
-        fail(path, "can't be written");
-    }
-    moveIntoPlace(temporary, path);
 }
 
 void moveIntoPlace(std::string const &temporary, std::string const &path) {

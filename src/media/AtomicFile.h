@@ -5,29 +5,28 @@
 #include <string>
 #include <string_view>
 
+#include "media/PartialFile.h"
+
 namespace zun::media {
 
-/// Written under ".<name>.part" in the same folder, and renamed by commit(); without a commit nothing is left. All
-/// operations throw zun::Exception with the file's name and the system's reason. Not thread-safe.
+/// A PartialFile that bytes are appended to; without a commit nothing is left. All operations throw zun::Exception with
+/// the file's name and the system's reason. Not thread-safe.
 class AtomicFile {
 public:
-    explicit AtomicFile(std::string const &path);
-    ~AtomicFile();
-    AtomicFile(AtomicFile const &) = delete;
-    AtomicFile &operator=(AtomicFile const &) = delete;
+    explicit AtomicFile(std::string const &path, Claim claim = Claim::Path);
 
     /// Appends bytes. After a failure the file holds what it held before.
     void write(std::string_view bytes);
 
     /// Puts the file in its place; one that was there is replaced.
-    void commit();
+    void commit() { partial.commit(); }
 
-    /// The name under which an unfinished file stands beside its place.
+    /// A name beside a file, for a video that is not complete.
     static std::string temporaryName(std::string const &path);
 
 private:
-    std::string path, temporary;
-    int descriptor = -1;
+    std::string path;
+    PartialFile partial;
     std::uint64_t size = 0;
 };
 

@@ -9,6 +9,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include <fnmatch.h>
+
 #include "containers/Exception.h"
 #include "media/FileList.h"
 #include "pipeline/NearestName.h"
@@ -136,6 +138,22 @@ std::size_t OutputName::addNumber(std::size_t at) {
                         "percent sign");
     parts.push_back({Part::Kind::Tick, "tick", *digits});
     return end;
+}
+
+std::string OutputName::pattern() const {
+    std::string all;
+    for (Part const &part : parts) all += part.kind == Part::Kind::Text ? part.text : "{" + part.text + "}";
+    return all;
+}
+
+bool OutputName::gives(std::string const &name) const {
+    std::string form;
+    for (Part const &part : parts) {
+        if (part.kind != Part::Kind::Text) form += part.kind <= Part::Kind::Time ? "[0-9]*" : "?*";
+        for (char const c : part.kind == Part::Kind::Text ? part.text : "")
+            form += std::string("*?[]\\").find(c) == std::string::npos ? std::string{c} : std::string{'\\', c};
+    }
+    return ::fnmatch(form.substr(form.rfind('/') + 1).c_str(), name.c_str(), 0) == 0;
 }
 
 bool OutputName::varies() const {

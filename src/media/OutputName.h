@@ -21,6 +21,15 @@ public:
     /// Throws zun::Exception for an unknown field, with the nearest known one.
     explicit OutputName(std::string const &path);
 
+    /// As it was given.
+    std::string const &text() const { return path; }
+
+    /// With each field as {tick}, whatever it was written as; equal for paths that give the same names.
+    std::string pattern() const;
+
+    /// Whether a file in the folder of the path could be one of these. The folder itself isn't looked at.
+    bool gives(std::string const &name) const;
+
     /// Whether it has a field, so that there may be several files.
     bool varies() const;
 
