@@ -21,16 +21,10 @@ std::string contentOf(engine::GraphStream const &stream) {
     return count + " of " + std::to_string(*stream.bytesPerValue) + " bytes";
 }
 
-/// Whether it holds what a source tells of its frames: a few bytes a frame, which a description need not name.
-bool isBesideFrames(engine::Graph const &graph, engine::GraphStream const &stream) {
-    std::size_t const row = graph.output(stream.writers.front()).row;
-    return graph.nodes[stream.producer()].type->facts.outputs[row].besideFrames;
-}
-
 void printMemory(engine::Graph const &graph) {
     std::vector<engine::GraphStream const *> holding;
     for (engine::GraphStream const &stream : graph.streams)
-        if (stream.isRead() && stream.capacity > 0 && !isBesideFrames(graph, stream)) holding.push_back(&stream);
+        if (stream.isRead() && stream.capacity > 0 && !stream.implied) holding.push_back(&stream);
     if (holding.empty()) return;
     std::size_t widest = 0;
     for (engine::GraphStream const *stream : holding) widest = std::max(widest, stream->name.size());

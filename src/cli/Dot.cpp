@@ -51,6 +51,7 @@ std::string dotGraph(engine::Graph const &graph) {
     for (engine::GraphNode const &node : graph.nodes)
         for (engine::GraphPort const &input : node.inputs) {
             engine::GraphStream const &stream = graph.streams[input.stream];
+            if (stream.implied) continue;
             engine::GraphPort const &output = graph.output(stream.writers.front());
             dot << "    " << name(stream.producer()) << " -> " << name(node.index)
                 << " [label=" << label(stream.name, output.type) << ends(output.name, input.name) << "];\n";

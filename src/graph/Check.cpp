@@ -49,7 +49,11 @@ Graph GraphBuilder::build() {
 
 std::size_t GraphBuilder::streamNamed(std::string const &name) {
     auto const [entry, isNew] = streamIndex.emplace(name, graph.streams.size());
-    if (isNew) graph.streams.emplace_back().name = name;
+    if (isNew) {
+        GraphStream &stream = graph.streams.emplace_back();
+        stream.name = name;
+        stream.implied = implied.contains(name);
+    }
     return entry->second;
 }
 

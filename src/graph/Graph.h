@@ -61,6 +61,7 @@ struct StreamEnd {
 
 struct GraphStream {
     std::string name;
+    bool implied = false;                       ///< made by the check, for what travels beside frames
     std::vector<StreamEnd> writers;             ///< one, in a graph without errors
     std::vector<StreamEnd> readers;             ///< each input that is connected to the stream
     std::vector<std::size_t> consumers;         ///< the nodes that read it, each once

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,12 +20,12 @@ public:
 
 private:
     // Each step is a file of its own, in this order.
-    static void connectSources(Description &description); // Sources.cpp
-    void checkNode(GraphNode &node);                      // NodeCheck.cpp
-    void checkOptions(GraphNode &node);                   // OptionCheck.cpp
-    void connect(GraphNode &node);                        // Check.cpp
-    void checkStreams();                                  // StreamCheck.cpp
-    void findCycles();                                    // Order.cpp
+    void connectSources(Description &description); // Sources.cpp
+    void checkNode(GraphNode &node);               // NodeCheck.cpp
+    void checkOptions(GraphNode &node);            // OptionCheck.cpp
+    void connect(GraphNode &node);                 // Check.cpp
+    void checkStreams();                           // StreamCheck.cpp
+    void findCycles();                             // Order.cpp
     void sortNodes();
     void askForForecasts(); // Forecasts.cpp
 
@@ -60,7 +61,8 @@ private:
     Graph graph;
     DiagnosticList diagnostics;
     std::map<std::string, std::size_t> streamIndex;
-    std::vector<bool> meant; ///< by stream: a misspelt name elsewhere most likely means it
+    std::set<std::string> implied; ///< names of the streams that the description doesn't have
+    std::vector<bool> meant;       ///< by stream: a misspelt name elsewhere most likely means it
 };
 
 } // namespace zun::engine

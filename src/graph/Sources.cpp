@@ -61,7 +61,8 @@ bool moves(NodeDescription const &source) {
 
 /// The stream on which a source tells of its frames. Where the description has none, it is made, and without a limit:
 /// the records are small, and must not hold back the frames.
-std::string streamBeside(NodeDescription &source, std::map<std::string, NodeDescription *> &writers) {
+std::string streamBeside(NodeDescription &source, std::map<std::string, NodeDescription *> &writers,
+                         std::set<std::string> &implied) {
     std::string const &port = factsOf(source)->outputBesideFrames()->name;
     if (PortBinding const *const bound = binding(source.outputs, port)) return bound->stream;
     std::string name = source.name + "." + port;
@@ -69,6 +70,7 @@ std::string streamBeside(NodeDescription &source, std::map<std::string, NodeDesc
     source.outputs.push_back({port, name, source.place});
     source.limits.push_back({port, 0, source.place});
     writers[name] = &source;
+    implied.insert(name);
     return name;
 }
 
@@ -89,7 +91,7 @@ void GraphBuilder::connectSources(Description &description) {
         if (sources.size() > 1)
             for (std::size_t i = sources.size(); i-- > 0;)
                 if (moves(*sources[i])) chosen = sources[i];
-        node.inputs.push_back({input->name, streamBeside(*chosen, writers), node.place});
+        node.inputs.push_back({input->name, streamBeside(*chosen, writers, implied), node.place});
     }
 }
 

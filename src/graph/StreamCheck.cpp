@@ -26,7 +26,7 @@ void GraphBuilder::checkStreams() {
 std::vector<std::string> GraphBuilder::writtenStreams() const {
     std::vector<std::string> names;
     for (GraphStream const &stream : graph.streams)
-        if (!stream.writers.empty()) names.push_back(stream.name);
+        if (!stream.writers.empty() && !stream.implied) names.push_back(stream.name);
     return names;
 }
 

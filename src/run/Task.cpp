@@ -64,6 +64,7 @@ std::string listStreams(Task const &task, RunNodes const &run) {
     auto const append = [&](char const *verb, auto const &ports) {
         char const *separator = verb;
         for (auto const &port : ports) {
+            if (run.graph.streams[port.stream].implied) continue;
             text += separator + ("'" + run.streamName(port.stream) + "'");
             separator = ", ";
         }
