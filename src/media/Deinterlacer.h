@@ -1,6 +1,13 @@
 // Whole frames from interlaced ones, by FFmpeg's filter bwdif; for the sources of this library alone.
 #pragma once
 
+#include <cstdint> // before FFmpeg's headers, which want its macros
+#include <memory>
+
+extern "C" {
+#include <libavfilter/avfilter.h>
+}
+
 #include "media/Av.h"
 
 namespace zun::media {
@@ -23,7 +30,11 @@ public:
 private:
     void build(AVFrame const &frame, AVRational timeBase);
 
-    av::Graph graph;
+    struct FreeGraph {
+        void operator()(AVFilterGraph *graph) const;
+    };
+
+    std::unique_ptr<AVFilterGraph, FreeGraph> graph;
     AVFilterContext *source = nullptr, *sink = nullptr;
     AVRational base{1, 1};
     bool finished = false;
