@@ -1,21 +1,16 @@
 // Whole frames from interlaced ones, by FFmpeg's filter bwdif; for the sources of this library alone.
 #pragma once
 
-#include <cstdint> // before FFmpeg's headers, which want its macros
-#include <memory>
-
-extern "C" {
-#include <libavfilter/avfilter.h>
-}
-
 #include "media/Av.h"
+#include "media/Filters.h"
 
 namespace zun::media {
 
-/// Takes frames and gives as many, each made whole of the fields around it, one frame later. Not thread-safe.
+/// Takes frames and gives as many, each made whole of the fields around it, one frame later. Not thread-safe. All
+/// operations throw zun::Exception.
 class Deinterlacer {
 public:
-    /// The frame is taken over; `timeBase` is that of its time stamp.
+    /// The frame stays the caller's. `timeBase` is that of its time stamp.
     void give(AVFrame &frame, AVRational timeBase);
 
     /// No more frames come.
@@ -28,14 +23,7 @@ public:
     bool ended() const { return finished; }
 
 private:
-    void build(AVFrame const &frame, AVRational timeBase);
-
-    struct FreeGraph {
-        void operator()(AVFilterGraph *graph) const;
-    };
-
-    std::unique_ptr<AVFilterGraph, FreeGraph> graph;
-    AVFilterContext *source = nullptr, *sink = nullptr;
+    av::FilterChain chain;
     AVRational base{1, 1};
     bool finished = false;
 };

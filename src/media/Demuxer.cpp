@@ -130,6 +130,7 @@ Demuxer::Demuxer(Source opened) : input(std::move(opened)), path(input->path()),
     AVInputFormat const *format = nullptr; // as its content says
     if (head.starts_with("GIF8")) format = av_find_input_format("gif");
     if (head.starts_with(pngSignature) && input->isFile()) format = av_find_input_format("apng");
+    if (head.find("ftyp") == 4) context->fps_probe_size = 0; // it lists all frames
     open("", format, settings);
 }
 
