@@ -1,11 +1,10 @@
 // FFmpeg's objects, owned; for the sources of this library alone.
 #pragma once
 
+#include <cstdint>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavfilter/avfilter.h>
-#include <libavfilter/buffersink.h>
-#include <libavfilter/buffersrc.h>
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
 #include <libavutil/imgutils.h>
@@ -25,13 +24,11 @@ struct Free {
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
     void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
     void operator()(SwsContext *context) const { sws_freeContext(context); }
-    void operator()(AVFilterGraph *graph) const { avfilter_graph_free(&graph); }
 };
 
 using Frame = std::unique_ptr<AVFrame, Free>;
 using Packet = std::unique_ptr<AVPacket, Free>;
 using Codec = std::unique_ptr<AVCodecContext, Free>;
-using Graph = std::unique_ptr<AVFilterGraph, Free>;
 using Scaler = std::unique_ptr<SwsContext, Free>;
 
 /// Key-value settings that FFmpeg takes at opening.

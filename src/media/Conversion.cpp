@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <utility>
 #include <vector>
@@ -136,6 +137,23 @@ void readRgb(AVFrame const &picture, unsigned char *to) {
     }
 }
 
+/// Four pixels at a time, as three words.
+void interleave(unsigned char const *red, unsigned char const *green, unsigned char const *blue, unsigned char *to,
+                std::size_t count) {
+    std::size_t i = 0;
+    if constexpr (std::endian::native == std::endian::little)
+        for (; i + 4 <= count; i += 4, to += 12) {
+            auto const word = [](std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+                return a | b << 8 | c << 16 | d << 24;
+            };
+            std::array<std::uint32_t, 3> const words{word(red[i], green[i], blue[i], red[i + 1]),
+                                                     word(green[i + 1], blue[i + 1], red[i + 2], green[i + 2]),
+                                                     word(blue[i + 2], red[i + 3], green[i + 3], blue[i + 3])};
+            std::memcpy(to, words.data(), sizeof words);
+        }
+    for (; i < count; i++, to += 3) to[0] = red[i], to[1] = green[i], to[2] = blue[i];
+}
+
 bool hasChannels(AVPixelFormat format) {
     AVPixFmtDescriptor const *const description = av_pix_fmt_desc_get(format);
     return (description->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0 || description->nb_components <= 2;
@@ -227,9 +245,8 @@ RgbFrame Converter::fromYuv(AVFrame const &picture) {
     for (std::uint32_t row = 0; row < rgb.shape[0]; row++) {
         unsigned char const *const green = rowOf(*planes, row, 0), *const blue = rowOf(*planes, row, 1),
                                    *const red = rowOf(*planes, row, 2);
-        Vec3b *const to = rgb.first() + std::size_t(row) * rgb.shape[1];
-        for (std::uint32_t column = 0; column < rgb.shape[1]; column++)
-            to[column] = {red[column], green[column], blue[column]};
+        interleave(red, green, blue, reinterpret_cast<unsigned char *>(rgb.first() + std::size_t(row) * rgb.shape[1]),
+                   rgb.shape[1]);
     }
     return rgb;
 }

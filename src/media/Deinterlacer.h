@@ -2,13 +2,15 @@
 #pragma once
 
 #include "media/Av.h"
+#include "media/Filters.h"
 
 namespace zun::media {
 
-/// Takes frames and gives as many, each made whole of the fields around it, one frame later. Not thread-safe.
+/// Takes frames and gives as many, each made whole of the fields around it, one frame later. Not thread-safe. All
+/// operations throw zun::Exception.
 class Deinterlacer {
 public:
-    /// The frame is taken over; `timeBase` is that of its time stamp.
+    /// The frame stays the caller's. `timeBase` is that of its time stamp.
     void give(AVFrame &frame, AVRational timeBase);
 
     /// No more frames come.
@@ -21,10 +23,7 @@ public:
     bool ended() const { return finished; }
 
 private:
-    void build(AVFrame const &frame, AVRational timeBase);
-
-    av::Graph graph;
-    AVFilterContext *source = nullptr, *sink = nullptr;
+    av::FilterChain chain;
     AVRational base{1, 1};
     bool finished = false;
 };

@@ -41,10 +41,11 @@ std::int64_t loopsOfGif(std::string_view head) {
     return repeats == 0 ? 0 : repeats + 1;
 }
 
-/// Cameras are in a library of their own, which is loaded when one is asked for.
+/// Cameras are in a library of their own, which is loaded when one is asked for. It is numbered like libavformat.
 void loadDevices() {
     static bool const loaded = [] {
-        void *const library = ::dlopen("libavdevice.so.59", RTLD_NOW | RTLD_LOCAL);
+        void *const library =
+            ::dlopen("libavdevice.so." AV_STRINGIFY(LIBAVFORMAT_VERSION_MAJOR), RTLD_NOW | RTLD_LOCAL);
         void *const entry = library == nullptr ? nullptr : ::dlsym(library, "avdevice_register_all");
         if (entry != nullptr) reinterpret_cast<void (*)()>(entry)();
         return entry != nullptr;
@@ -129,6 +130,7 @@ Demuxer::Demuxer(Source opened) : input(std::move(opened)), path(input->path()),
     AVInputFormat const *format = nullptr; // as its content says
     if (head.starts_with("GIF8")) format = av_find_input_format("gif");
     if (head.starts_with(pngSignature) && input->isFile()) format = av_find_input_format("apng");
+    if (head.find("ftyp") == 4) context->fps_probe_size = 0; // it lists all frames
     open("", format, settings);
 }
 

@@ -47,6 +47,8 @@ struct ReadSettings {
     std::string format;   ///< of raw frames, such as rgb24; empty for what says itself what it is
     std::string size;     ///< of raw frames, such as 640x480
     std::string rate;     ///< of raw frames, such as 25 or 30000/1001; 25 if it is empty
+
+    bool operator==(ReadSettings const &) const = default;
 };
 
 /// Whether a file has the name of a still image: .png, .jpg, .jpeg, .bmp, .tif, .tiff, .webp, .pgm, .ppm, .pnm, .pbm,

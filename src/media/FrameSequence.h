@@ -40,6 +40,9 @@ public:
     /// What holds for all frames. Throws what opening the first file throws.
     std::shared_ptr<SourceInfo const> about();
 
+    /// The reader that is open, which may be null; the sequence goes on by opening its file again.
+    std::unique_ptr<FrameReader> release() { return std::move(reader); }
+
     /// What the file of the last frame leaves out; see FrameReader::leftOut().
     std::vector<std::string> const &leftOut() const { return left; }
 

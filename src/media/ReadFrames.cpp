@@ -21,6 +21,7 @@
 #include "media/FrameSequence.h"
 #include "media/Host.h"
 #include "media/Input.h"
+#include "media/OpenedReaders.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
 #include "node/Registration.h"
@@ -64,10 +65,11 @@ class ReadFrames : public Node {
         std::unique_ptr<FrameReader> opened; ///< of the first file
     };
 
-    std::unique_ptr<FrameSequence> sequence; ///< null for pictures
-    std::vector<FileList::Entry> entries;    ///< the pictures
-    std::optional<std::uint64_t> frames;     ///< that are played, once, where the number is certain
-    std::shared_ptr<SourceInfo const> about; ///< of pictures
+    std::unique_ptr<FrameSequence> sequence;   ///< null for pictures
+    std::vector<FileList::Entry> entries;      ///< the pictures
+    std::optional<std::uint64_t> frames;       ///< that are played, once, where the number is certain
+    std::shared_ptr<SourceInfo const> about;   ///< of pictures
+    std::unique_ptr<FrameReader> firstPicture; ///< opened already; null once it is read
     ReadSettings settings;
     std::mutex mutex;
     std::set<std::string> said; ///< what was warned of
@@ -121,7 +123,9 @@ public:
     /// Pictures are decoded side by side; anything else is read in order.
     bool mayOverlap() const {
         try {
-            return plan().pictures;
+            Plan made = plan();
+            keepOpened(made.list.files.front().file, made.settings, std::move(made.opened));
+            return made.pictures;
         } catch (Exception const &) {
             return false; // initialize() will say why
         }
@@ -155,7 +159,10 @@ public:
         if (wanted.grey) writeStream(tick, grey, std::move(result.grey));
     }
 
-    void flush(Tick) override { sequence.reset(); }
+    void flush(Tick) override {
+        sequence.reset();
+        firstPicture.reset();
+    }
 
     /// What the frames will be, as far as that shows without taking them from a stream, or why they can't be read.
     Forecast forecast() const {
@@ -213,7 +220,7 @@ private:
                                                   "option repeat out");
             return made;
         }
-        made.opened = std::make_unique<FrameReader>(files.front().file, made.settings);
+        made.opened = takeOpened(files.front().file, made.settings);
         made.pictures = format.empty() && std::all_of(files.begin(), files.end(), [](FileList::Entry const &entry) {
                             return isStillName(entry.file);
                         });
@@ -234,6 +241,7 @@ private:
         for (FileList::Entry const &entry : entries) info->files.push_back(entry.file);
         about = std::move(info);
         for (std::string const &what : made.opened->leftOut()) said.insert(what);
+        if (made.skipped == 0) firstPicture = std::move(made.opened);
     }
 
     void initializeSequence(Plan made) {
@@ -261,7 +269,13 @@ private:
 
     void readPicture(std::uint64_t index, WantedFrames wanted, Frames &result, FrameSource &from) {
         FileList::Entry const &entry = entries[index];
-        FrameReader reader(entry.file, settings);
+        std::unique_ptr<FrameReader> opened;
+        if (index == 0) {
+            std::lock_guard const lock(mutex);
+            opened = std::move(firstPicture);
+        }
+        if (!opened) opened = std::make_unique<FrameReader>(entry.file, settings);
+        FrameReader &reader = *opened;
         if (reader.frameCount() != 1)
             sayOnce(entry.file, "holds several frames, of which a list of pictures takes the first: read it by itself");
         reader.next(wanted, result);
@@ -296,6 +310,7 @@ private:
         if (!format.empty()) noteRate(forecast);
         FrameSequence all(path, made.list, made.settings, {}, std::move(made.opened));
         tellSource(*all.about(), forecast);
+        keepOpened(made.list.files.front().file, made.settings, all.release());
     }
 
     void foretellStream(ReadSettings const &read, Forecast &forecast) const {
