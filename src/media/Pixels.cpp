@@ -28,7 +28,7 @@ inline constexpr int channelsOf<Vec4b> = 4;
 
 /// Fills `pixels` if the value is a frame of this element type.
 template <class T, class Number>
-bool tryFrame(std::shared_ptr<Variant> const &value, float scale, Pixels &pixels) {
+bool tryFrame(std::shared_ptr<Variant> const &value, float scale, bool takesFloats, Pixels &pixels) {
     auto const *const held = dynamic_cast<VariantType<Mat<T, 2>> const *>(value.get());
     if (held == nullptr) return false;
     Mat<T, 2> const &frame = held->value;
@@ -45,8 +45,11 @@ bool tryFrame(std::shared_ptr<Variant> const &value, float scale, Pixels &pixels
             return true;
         }
     } else if (scale == 0.0f) {
-        throw Exception(
-            "a frame of floats can't be written as it is: set the option scale, 255 for values from 0 to 1");
+        if (!takesFloats)
+            throw Exception("a frame of floats can't be written as it is, but to .tiff: set the option scale, 255 for "
+                            "values from 0 to 1");
+        pixels.floats = std::shared_ptr<float>(value, first);
+        return true;
     }
     std::size_t const count = pixels.rowBytes() * static_cast<std::size_t>(pixels.height);
     pixels.bytes = MatAlloc::getGlobalMatAlloc()->getElements<unsigned char>(count);
@@ -57,11 +60,13 @@ bool tryFrame(std::shared_ptr<Variant> const &value, float scale, Pixels &pixels
 
 } // namespace
 
-Pixels pixelsOf(std::shared_ptr<Variant> const &value, float scale) {
+Pixels pixelsOf(std::shared_ptr<Variant> const &value, float scale, bool takesFloats) {
     Pixels pixels;
-    if (tryFrame<unsigned char, unsigned char>(value, scale, pixels) ||
-        tryFrame<Vec3b, unsigned char>(value, scale, pixels) || tryFrame<Vec4b, unsigned char>(value, scale, pixels) ||
-        tryFrame<float, float>(value, scale, pixels) || tryFrame<Vec3f, float>(value, scale, pixels))
+    if (tryFrame<unsigned char, unsigned char>(value, scale, takesFloats, pixels) ||
+        tryFrame<Vec3b, unsigned char>(value, scale, takesFloats, pixels) ||
+        tryFrame<Vec4b, unsigned char>(value, scale, takesFloats, pixels) ||
+        tryFrame<float, float>(value, scale, takesFloats, pixels) ||
+        tryFrame<Vec3f, float>(value, scale, takesFloats, pixels))
         return pixels;
     Variant const &held = *value;
     ValueType const *const type = valueTypeOf(held);
