@@ -123,7 +123,8 @@ def rotated(degrees):
 
 
 def rows():
-    moving = "color=gray:size=96x64:rate=50:duration=1,drawbox=x=mod(100*t\\,80):y=8:w=16:h=48:color=white:t=fill"
+    # Upright stripes that run to the left.
+    moving = "testsrc2=size=96x64:rate=50:duration=1,gblur=sigma=1:sigmaV=30,scroll=horizontal=0.08"
     interlaced = ["-f", "lavfi", "-i", moving + ",tinterlace=interleave_top,fieldorder=tff", "-c:v", "libx264", "-flags",
                   "+ildct+ilme", "-x264opts", "tff=1", "-pix_fmt", "yuv420p", "-top", "1"]
     uneven = {"rate": None}  # what a container states as the rate depends on how it averages
