@@ -26,16 +26,17 @@ void append(std::string &line, RecordTree const &cell) {
     append(line, plainText(cell));
 }
 
-void appendTitles(std::string &line, Column const &column, bool named) {
+/// The cells that a value has on a row, and their titles.
+void addCells(Column const &column, bool named, std::vector<ColumnPart> &cells, std::string &titles) {
     std::vector<std::string> const &parts = column.division().parts;
-    if (parts.empty()) append(line, named ? column.name() : "value");
-    for (std::string const &part : parts) append(line, named ? column.name() + "." + part : part);
-}
-
-void appendCells(std::string &line, Column const &column, std::size_t index) {
-    std::vector<std::string> const &parts = column.division().parts;
-    if (parts.empty()) append(line, column.element(index));
-    for (std::string const &part : parts) append(line, ColumnPart(column, part).of(index));
+    if (parts.empty()) {
+        cells.emplace_back(column, "");
+        append(titles, named ? column.name() : "value");
+    }
+    for (std::string const &part : parts) {
+        cells.emplace_back(column, part);
+        append(titles, named ? column.name() + "." + part : part);
+    }
 }
 
 } // namespace
@@ -50,15 +51,16 @@ std::string CsvTable::rows(Variant const &value) {
 
     Steps steps("field");
     std::string titles, text;
+    std::vector<ColumnPart> cells;
     for (Column const &column : columns) {
-        appendTitles(titles, column, fields != nullptr);
+        addCells(column, fields != nullptr, cells, titles);
         if (column.division().isList) steps.add(column.name(), column.count());
     }
     if (!header.empty() && titles != header)
         throw Exception("a table has the same columns throughout; here they are " + titles + ", and so far " + header);
     for (std::size_t i = 0; i < steps.count(); i++) {
         std::string line;
-        for (Column const &column : columns) appendCells(line, column, i);
+        for (ColumnPart const &cell : cells) append(line, cell.of(i));
         text += line + "\n";
     }
     if (header.empty()) text.insert(0, titles + "\n");

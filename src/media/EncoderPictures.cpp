@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "containers/Exception.h"
+#include "media/Palette.h"
 #include "media/VideoCodecs.h"
 
 namespace zun::media {
@@ -50,7 +51,7 @@ EncoderPictures::EncoderPictures(Pixels const &form, AVCodecContext const &codec
     pool = av_buffer_pool_init(static_cast<std::size_t>(size) + AV_INPUT_BUFFER_PADDING_SIZE, nullptr);
     if (pool == nullptr) throw std::bad_alloc();
     if (encoder.pix_fmt == bytes) return;
-    scaler = makeScaler(encoder, bytes);
+    if (encoder.pix_fmt != AV_PIX_FMT_PAL8) scaler = makeScaler(encoder, bytes);
     staged = av::makeFrame(encoder.width, encoder.height, bytes);
 }
 
@@ -68,8 +69,11 @@ av::Frame EncoderPictures::pooled(AVPixelFormat format) {
 }
 
 av::Frame EncoderPictures::picture(Pixels const &pixels) {
-    av::Frame result = pooled(encoder.pix_fmt);
-    if (scaler == nullptr) {
+    av::Frame result;
+    if (encoder.pix_fmt == AV_PIX_FMT_PAL8) {
+        copyRows(pixels, *staged);
+        result = withPalette(*staged);
+    } else if (result = pooled(encoder.pix_fmt); scaler == nullptr) {
         copyRows(pixels, *result);
     } else {
         copyRows(pixels, *staged);

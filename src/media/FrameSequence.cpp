@@ -21,9 +21,9 @@ std::int64_t rescale(std::int64_t time, Rational from, Rational to) {
 
 } // namespace
 
-FrameSequence::FrameSequence(FileList const &files, ReadSettings const &readSettings, Span const &frames,
-                             std::unique_ptr<FrameReader> opened)
-    : list(files), settings(readSettings), span(frames), reader(std::move(opened)), toSkip(frames.first) {}
+FrameSequence::FrameSequence(std::string const &name, FileList const &files, ReadSettings const &readSettings,
+                             Span const &frames, std::unique_ptr<FrameReader> opened)
+    : path(name), list(files), settings(readSettings), span(frames), reader(std::move(opened)), toSkip(frames.first) {}
 
 std::shared_ptr<SourceInfo const> FrameSequence::about() {
     if (info == nullptr) {
@@ -42,6 +42,7 @@ void FrameSequence::describe() {
                 *shared = FrameReader(entry.file, settings).info();
                 break;
             }
+    shared->path = path;
     if (list.isList) {
         shared->files.clear();
         for (FileList::Entry const &entry : list.files) shared->files.push_back(entry.file);
@@ -66,10 +67,9 @@ void FrameSequence::rewind() {
 
 /// After the last frame of a round: whether there is another round.
 bool FrameSequence::beginRound() {
-    if (inRound == 0 && given == 0)
-        throw Exception(inputName(list.files.front().file) + " has no frame " + std::to_string(span.first));
+    if (inRound == 0 && given == 0) throw Exception(inputName(path) + " has no frame " + std::to_string(span.first));
     if (span.count && inRound < *span.count)
-        throw Exception(inputName(info->path) + " has " + std::to_string(inRound) + " frames from " +
+        throw Exception(inputName(path) + " has " + std::to_string(inRound) + " frames from " +
                         std::to_string(span.first) + " on, but the option count asks for " +
                         std::to_string(*span.count));
     rounds++;

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "media/FileList.h"
-
 #include "media/FrameReader.h"
 #include "media/Source.h"
 
@@ -24,8 +23,9 @@ public:
         std::uint64_t rounds = 1;           ///< 0: without end
     };
 
-    /// `opened`, which may be null, is the reader of the first file, at its first frame.
-    FrameSequence(FileList const &list, ReadSettings const &settings, Span const &span,
+    /// `path` is what the list is called. `opened`, which may be null, is the reader of the first file, at its first
+    /// frame.
+    FrameSequence(std::string const &path, FileList const &list, ReadSettings const &settings, Span const &span,
                   std::unique_ptr<FrameReader> opened);
 
     /// Reads the next frame, and fills in what is known of it. Returns false after the last.
@@ -49,6 +49,7 @@ private:
     void describe();
     void place(FrameSource &source);
 
+    std::string const path;
     FileList const list;
     ReadSettings const settings;
     Span const span;

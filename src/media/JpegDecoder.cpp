@@ -1,6 +1,7 @@
 // JPEG pictures by libjpeg-turbo, decoded where the frame will be.
 
-#include <limits>
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string_view>
 
@@ -8,6 +9,7 @@
 
 #include "containers/Exception.h"
 #include "media/Decoder.h"
+#include "media/Host.h"
 #include "media/WholePicture.h"
 
 namespace zun::media {
@@ -23,6 +25,14 @@ void fromInks(unsigned char const *inks, RgbFrame const &rgb) {
     for (std::uint32_t i = 0; i < rgb.count; i++, inks += 4)
         for (int c = 0; c < 3; c++)
             rgb.first()[i][c] = static_cast<unsigned char>((std::uint32_t(inks[c]) * inks[3] + full / 2) / full);
+}
+
+/// Whether a warning of the decoder means that the picture is whole.
+bool isHarmless(std::string_view warning) {
+    constexpr std::array<std::string_view, 3> known{"Invalid SOS parameters", "unknown JFIF revision",
+                                                    "Unknown Adobe color transform"};
+    return std::any_of(known.begin(), known.end(),
+                       [&](std::string_view text) { return warning.find(text) != warning.npos; });
 }
 
 class JpegDecoder final : public Decoder {
@@ -77,11 +87,12 @@ private:
         if (tjDecompress2(handle.get(), data(), bytes.size(), static_cast<unsigned char *>(memory), columns,
                           columns * channels, rows, format, 0) == 0)
             return;
-        std::string_view const why = tjGetErrorStr2(handle.get());
-        // Other warnings, such as one of an unknown marker, leave the picture whole.
-        bool const lost = why.find("Corrupt") != why.npos || why.find("Premature") != why.npos;
-        if (lost || tjGetErrorCode(handle.get()) != TJERR_WARNING)
-            throw Exception("'" + path + "' is damaged: " + std::string(why));
+        // A fatal error after a warning counts as a warning, too: only the text tells.
+        std::string const why = tjGetErrorStr2(handle.get());
+        if (why.find("extraneous bytes before marker 0xd9") != why.npos) // as some cameras write
+            warnOnce("'" + path + "' has bytes that belong to nothing before its end; it may be damaged");
+        else if (!isHarmless(why))
+            throw Exception("'" + path + "' is damaged: " + why);
     }
 };
 

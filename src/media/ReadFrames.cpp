@@ -249,7 +249,7 @@ private:
         if (made.opened)
             for (std::string const &what : made.opened->leftOut()) said.insert(what);
         FrameSequence::Span const span{skipped, frames, static_cast<std::uint64_t>(repeat)};
-        sequence = std::make_unique<FrameSequence>(made.list, settings, span, std::move(made.opened));
+        sequence = std::make_unique<FrameSequence>(path, made.list, settings, span, std::move(made.opened));
     }
 
     void requireCount(std::uint64_t there) const {
@@ -294,10 +294,8 @@ private:
         for (std::string const &what : reader.leftOut())
             forecast.warnings.push_back(inputName(made.list.files.front().file) + " " + what);
         if (!format.empty()) noteRate(forecast);
-        FrameSequence all(made.list, made.settings, {}, std::move(made.opened));
-        SourceInfo info = *all.about();
-        info.path = path;
-        tellSource(std::move(info), forecast);
+        FrameSequence all(path, made.list, made.settings, {}, std::move(made.opened));
+        tellSource(*all.about(), forecast);
     }
 
     void foretellStream(ReadSettings const &read, Forecast &forecast) const {

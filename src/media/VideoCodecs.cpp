@@ -117,7 +117,7 @@ AVPixelFormat encodedFormat(OutputFormat const &format, VideoCodec const &codec,
     if (isLossless(format, codec, settings))
         return frames.channels == 1 ? codec.grey : frames.channels == 3 ? codec.rgb : codec.rgba;
     if (frames.channels == 4) return codec.alpha;
-    if (frames.channels == 1 && format.name == "y4m") return AV_PIX_FMT_GRAY8;
+    if (frames.channels == 1 && (format.name == "y4m" || format.name == "gif")) return AV_PIX_FMT_GRAY8;
     bool const even = frames.width % 2 == 0 && frames.height % 2 == 0;
     bool const fullChroma = codec.id == AV_CODEC_ID_MJPEG &&
                             (settings.chroma == "4:4:4" || (settings.chroma == "auto" && settings.quality >= 90));
@@ -259,6 +259,7 @@ std::string whyNotEncoded(std::string const &file, OutputFormat const &format, W
 
 av::Codec openEncoder(std::string const &file, OutputFormat const &format, WriteSettings const &settings,
                       VideoForm const &form) {
+    av::silenceLog();
     VideoCodec const &chosen = *codecOf(format, settings);
     AVPixelFormat const pixels = encodedFormat(format, chosen, settings, form.frames);
     if (pixels == none) failOfAlpha(file);

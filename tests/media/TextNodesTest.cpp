@@ -300,9 +300,9 @@ TEST_F(TextNodes, SelectElementsOfEveryListAndShareTheFrames) {
 
     std::tuple<Options, std::shared_ptr<Variant>, std::vector<std::string>> const wrong[] = {
         {{{"sort", "up"}}, names, {"option sort: 'up' is not none, ascending or descending"}},
-        {{{"sort", "ascending"}, {"by", "B2.x"}},
+        {{{"sort", "ascending"}, {"by", "B.x"}},
          names,
-         {"'B2.x' is not one of the streams 'a', 'b'", "did you mean 'b'?"}},
+         {"'B.x' is not one of the streams 'a', 'b'", "did you mean 'b'?"}},
         {{{"sort", "ascending"}, {"by", "b"}}, names, {"option by: 'b' is not a number"}},
         {{{"least", 1}, {"by", "b.x"}}, names, {"'b' holds std::string, which has no part 'x'"}},
         {{{"least", "few"}}, names, {"option least: expected a number or none"}},
