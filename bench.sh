@@ -1,19 +1,19 @@
 #!/usr/bin/env bash
 # Builds the system and measures it: each node, plain and in its best form, beside OpenCV's nearest operation and
-# memcpy; then whole pipelines beside OpenCV and FFmpeg. The figures also go to out/bench/ as JSON.
+# memcpy; then whole pipelines beside OpenCV and FFmpeg; then the reading and writing of media beside FFmpeg, OpenCV and
+# vipsthumbnail. The figures also go to out/bench/ as JSON.
 #
-#   ./bench.sh [--nodes | --pipelines] [--markdown] [--size 1919x1081] [--cold] [PART OF A NODE'S NAME]
+#   ./bench.sh [--nodes] [--pipelines] [--media] [--markdown] [--size 1919x1081] [--cold] [PART OF A NODE'S NAME]
 #
-#   --nodes, --pipelines   only the one or the other
-#   --markdown             print tables that go into a page as they are
+#   --nodes, --pipelines, --media   only those that are named
+#   --markdown                      print tables that go into a page as they are
 # All else, such as the size of the frames, goes to bench_nodes; its --help lists them.
 source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 
-nodes=true pipelines=true markdown=() others=()
+parts=() markdown=() others=()
 for argument in "$@"; do
     case $argument in
-    --nodes) pipelines=false ;;
-    --pipelines) nodes=false ;;
+    --nodes | --pipelines | --media) parts+=("${argument#--}") ;;
     --markdown) markdown=(--markdown) ;;
     -h | --help)
         sed -n '2,/^source/{s/^# \{0,1\}//p}' "$0"
@@ -30,10 +30,11 @@ done
 } >&2
 
 mkdir -p out/bench
-if $nodes; then
-    build/release/bin/bench_nodes --json out/bench/nodes.json "${markdown[@]}" "${others[@]}"
-fi
-if $nodes && $pipelines; then echo; fi
-if $pipelines; then
-    /usr/bin/python3 bench/pipelines.py build/release --json out/bench/pipelines.json "${markdown[@]}"
-fi
+[[ ${#parts[@]} -gt 0 ]] || parts=(nodes pipelines media)
+for part in "${parts[@]}"; do
+    [[ $part == "${parts[0]}" ]] || echo
+    case $part in
+    nodes) build/release/bin/bench_nodes --json out/bench/nodes.json "${markdown[@]}" "${others[@]}" ;;
+    *) /usr/bin/python3 "bench/$part.py" build/release --json "out/bench/$part.json" "${markdown[@]}" ;;
+    esac
+done

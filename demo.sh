@@ -14,13 +14,13 @@ say "running it over examples/photos/coins.png"
 "$bin/zun" run examples/coins.yaml -D out="$results" --progress
 "$bin/graphPipeline" examples/coins.yaml -D out="$results" >"$results/coins.dot"
 
-# One record: a list with an area for each coin.
-coins=$(tr -cd , <"$results/areas.jsonl" | wc -c)
+# One record, with a list that has an area for each coin.
+coins=$(sed 's/.*"areas":\[\([^]]*\)\].*/\1/' "$results/coins.jsonl" | tr -cd , | wc -c)
 cat <<END
 
 $((coins + 1)) coins found. The results lie in $results:
-  coins.png     the photo, with a numbered yellow box about each coin
-  areas.jsonl   the area of each coin in pixels, in the order of their numbers
+  coins.png     the photo, with a yellow box about each coin, and its area in pixels
+  coins.jsonl   one record, with the box and the area of each coin
   coins.dot     the pipeline as a graph, for: dot -Tsvg $results/coins.dot > coins.svg
 To see what the description says: examples/coins.yaml. More of them: examples/nodes, one for each node type.
 END

@@ -162,7 +162,7 @@ std::string Reader::readName(YamlEntry const &entry, std::string const &what) {
     else if (value.kind == Kind::List || value.kind == Kind::Map)
         diagnostics.error(origin.place(value), what + " has to be a single text");
     else if (value.kind != Kind::Refused)
-        diagnostics.error(origin.place(entry.key), what + " is empty");
+        diagnostics.error(origin.place(entry.key), what + " is empty" + commentHint(value));
     return "";
 }
 

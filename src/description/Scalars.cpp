@@ -102,9 +102,8 @@ OptionNode optionFrom(YamlNode const &node, YamlOrigin const &origin, Place cons
     case YamlNode::Kind::Refused:
         return {};
     case YamlNode::Kind::Null:
-        diagnostics.error(fallback, what +
-                                        " has no value; what begins with # is a comment unless it is in quotes, as in "
-                                        "\"#FF00FF\"");
+        diagnostics.error(fallback, what + " has no value" +
+                                        (node.comment.empty() ? "; an empty text is written \"\"" : commentHint(node)));
         return {};
     case YamlNode::Kind::Map:
         diagnostics.error(origin.place(node),

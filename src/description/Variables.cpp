@@ -24,9 +24,8 @@ void Variables::readDefaults(YamlNode const &map, YamlOrigin const &origin) {
         bool const isText = value.kind == YamlNode::Kind::Scalar;
         if (!isText && value.kind != YamlNode::Kind::Refused)
             diagnostics.error(place,
-                              "variable " + quoted(entry.key.text) +
-                                  " needs a text; an empty one is written \"\", and what begins with # is a comment "
-                                  "unless it is in quotes");
+                              "variable " + quoted(entry.key.text) + " needs a text" +
+                                  (value.comment.empty() ? "; an empty one is written \"\"" : commentHint(value)));
         Variable &variable = variables[entry.key.text];
         variable.place = place;
         if (variable.given) continue;

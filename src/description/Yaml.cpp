@@ -9,6 +9,8 @@
 #include <yaml-cpp/exceptions.h>
 #include <yaml-cpp/parser.h>
 
+#include "description/YamlHints.h"
+
 namespace zun::engine {
 namespace {
 
@@ -22,8 +24,8 @@ struct Refusal {
 
 class TreeBuilder final : public YAML::EventHandler {
 public:
-    TreeBuilder(YamlOrigin const &textOrigin, std::size_t textSize, DiagnosticList &list)
-        : origin(textOrigin), diagnostics(list), eventsLeft(4 * textSize + 16) {}
+    TreeBuilder(YamlOrigin const &textOrigin, SourceLines const &lines, std::size_t textSize, DiagnosticList &list)
+        : origin(textOrigin), source(lines), diagnostics(list), eventsLeft(4 * textSize + 16) {}
 
     YamlNode takeRoot() { return std::move(root); }
 
@@ -107,8 +109,15 @@ private:
             parent.key = std::move(node);
         } else {
             YamlNode key = *std::exchange(parent.key, std::nullopt);
+            if (node.kind == YamlNode::Kind::Null) node.comment = commentAfter(key);
             if (key.kind == YamlNode::Kind::Scalar) parent.node.entries.push_back({std::move(key), std::move(node)});
         }
+    }
+
+    /// A plain `~` is a null, too, but has no comment right after the key.
+    std::string commentAfter(YamlNode const &key) const {
+        std::size_t const from = static_cast<std::size_t>(key.column - 1) + key.text.size();
+        return valueInComment(source.line(key.line), from);
     }
 
     /// An entry whose key is refused is left out.
@@ -136,23 +145,13 @@ private:
     }
 
     YamlOrigin const &origin;
+    SourceLines const &source;
     DiagnosticList &diagnostics;
     std::size_t eventsLeft;
     int documents = 0;
     std::vector<Open> stack;
     YamlNode root;
 };
-
-/// What to do about errors that are common in descriptions.
-std::string hintFor(std::string const &problem) {
-    if (problem == "illegal map value") return "; put a text with ': ' in it in quotes, and indent entries alike";
-    if (problem == "illegal block entry") return "; write the stream name - in quotes: \"-\"";
-    if (problem == "end of map flow not found" || problem == "end of sequence flow not found")
-        return "; close it, and put a ${name} within { } or [ ] in quotes, or, for a number, on a line of its own";
-    if (problem == "illegal tab when looking for indentation") return "; indent with blanks";
-    if (problem == "unknown token") return "; put a value that begins with such a character in quotes";
-    return "";
-}
 
 /// Control characters other than tab and the ends of lines, which the parser would take for the end of the text.
 std::optional<YamlNode> findControlCharacter(std::string_view text) {
@@ -168,6 +167,11 @@ std::optional<YamlNode> findControlCharacter(std::string_view text) {
 }
 
 } // namespace
+
+std::string commentHint(YamlNode const &node) {
+    if (node.comment.empty()) return "";
+    return ": what begins with # is a comment unless it is in quotes; write \"" + node.comment + "\"";
+}
 
 std::optional<YamlNode> parseYaml(std::string const &text, YamlOrigin const &origin, DiagnosticList &diagnostics) {
     auto const refuse = [&](YamlNode const &where, std::string const &message) {
@@ -189,16 +193,20 @@ std::optional<YamlNode> parseYaml(std::string const &text, YamlOrigin const &ori
     if (auto const place = findControlCharacter(text)) return refuse(*place, "a control character: this is not a text");
 
     std::istringstream in(text);
-    TreeBuilder tree(origin, text.size(), diagnostics);
+    SourceLines const source(text);
+    TreeBuilder tree(origin, source, text.size(), diagnostics);
     try {
         YAML::Parser parser(in);
         for (int documents = 0; documents < 2 && parser.HandleNextDocument(tree); documents++) continue;
     } catch (Refusal const &refusal) {
         return refuseAt(refusal.mark, refusal.message);
     } catch (YAML::Exception const &error) {
-        return refuseAt(error.mark, "not valid YAML: " + error.msg + hintFor(error.msg));
+        return refuseAt(error.mark, "not valid YAML: " + error.msg +
+                                        hintFor(error.msg, source, error.mark.line + 1, error.mark.column + 1));
     }
-    return tree.takeRoot();
+    YamlNode root = tree.takeRoot();
+    if (root.kind == YamlNode::Kind::Null) root.comment = valueInComment(source.line(1), 0);
+    return root;
 }
 
 } // namespace zun::engine

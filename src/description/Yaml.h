@@ -25,6 +25,7 @@ struct YamlNode {
     bool quoted = false; ///< of a scalar: it is a string whatever it looks like
     int line = 0;        ///< from 1; of a null that nothing stands for, where the next thing stands
     int column = 0;
+    std::string comment;            ///< of a null: what stands in its place but is a comment, such as #FF00FF
     std::string text;               ///< of a scalar: as it stands in the file, escapes resolved
     std::vector<YamlNode> items;    ///< of a list
     std::vector<YamlEntry> entries; ///< of a map, in the order of the file; no key comes twice
@@ -34,6 +35,9 @@ struct YamlEntry {
     YamlNode key; ///< a scalar
     YamlNode value;
 };
+
+/// The end of a message about a value that is missing: how it is written where it begins with #. Else empty.
+std::string commentHint(YamlNode const &node);
 
 /// Where a text comes from.
 struct YamlOrigin {

@@ -72,7 +72,8 @@ Frame makeFrame(int width, int height, AVPixelFormat format) {
     return frame;
 }
 
-Frame convert(AVFrame const &source, AVPixelFormat format) {
+void convertInto(AVFrame const &source, AVPixelFormat format, std::uint8_t *const *planes, int const *strides,
+                 Scaler &scaler) {
     // Grey and RGB have no other range than the full one.
     bool fromFull = source.color_range == AVCOL_RANGE_JPEG, toFull = false;
     AVPixelFormat const from = withoutRange(static_cast<AVPixelFormat>(source.format), fromFull);
@@ -81,16 +82,20 @@ Frame convert(AVFrame const &source, AVPixelFormat format) {
     if (!isYuv(to)) toFull = true;
 
     int const flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
-    Scaler const scaler(sws_getContext(source.width, source.height, from, source.width, source.height, to, flags,
-                                       nullptr, nullptr, nullptr));
+    scaler.reset(sws_getCachedContext(scaler.release(), source.width, source.height, from, source.width, source.height,
+                                      to, flags, nullptr, nullptr, nullptr));
     if (!scaler)
         throw Exception(std::string("pictures in the format ") + av_get_pix_fmt_name(from) + " can't be converted");
     int const *const matrix = sws_getCoefficients(matrixOf(source));
     constexpr int neutral = 1 << 16;
     sws_setColorspaceDetails(scaler.get(), matrix, fromFull ? 1 : 0, matrix, toFull ? 1 : 0, 0, neutral, neutral);
+    sws_scale(scaler.get(), source.data, source.linesize, 0, source.height, planes, strides);
+}
 
+Frame convert(AVFrame const &source, AVPixelFormat format) {
+    Scaler scaler;
     Frame result = makeFrame(source.width, source.height, format);
-    sws_scale(scaler.get(), source.data, source.linesize, 0, source.height, result->data, result->linesize);
+    convertInto(source, format, result->data, result->linesize, scaler);
     return result;
 }
 

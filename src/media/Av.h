@@ -3,9 +3,14 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavfilter/avfilter.h>
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
 #include <libavformat/avformat.h>
+#include <libavutil/display.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
+#include <libavutil/parseutils.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
@@ -20,11 +25,13 @@ struct Free {
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
     void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
     void operator()(SwsContext *context) const { sws_freeContext(context); }
+    void operator()(AVFilterGraph *graph) const { avfilter_graph_free(&graph); }
 };
 
 using Frame = std::unique_ptr<AVFrame, Free>;
 using Packet = std::unique_ptr<AVPacket, Free>;
 using Codec = std::unique_ptr<AVCodecContext, Free>;
+using Graph = std::unique_ptr<AVFilterGraph, Free>;
 using Scaler = std::unique_ptr<SwsContext, Free>;
 
 /// Key-value settings that FFmpeg takes at opening.
@@ -52,6 +59,11 @@ Frame makeFrame(int width, int height, AVPixelFormat format);
 /// BT.601 below 720 rows and BT.709 from there on), full chroma resolution, correct rounding, and the same bits on
 /// every processor. Throws zun::Exception for a format that can't be converted.
 Frame convert(AVFrame const &source, AVPixelFormat format);
+
+/// The same into memory that is there; `scaler` is kept for the next picture of the same size and format. Rows may be
+/// written up to 256 bytes past their end.
+void convertInto(AVFrame const &source, AVPixelFormat format, std::uint8_t *const *planes, int const *strides,
+                 Scaler &scaler);
 
 /// FFmpeg writes to its own log by default; what matters is in the errors that are thrown here.
 void silenceLog();

@@ -12,6 +12,9 @@ void registerNodes() {
     registerConstant();
     registerListFrames();
     registerPickFrame();
+    registerFormatTexts();
+    registerMergeRecords();
+    registerSelectElements();
 }
 
 } // namespace zun::media

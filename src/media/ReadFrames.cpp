@@ -1,37 +1,77 @@
-// Reads frames from a still image, a numbered sequence of images, or a video.
+// Reads frames from pictures, videos and streams.
 //
 //   - type: ReadFrames
 //     outputs: {rgb: picture}
 //     options: {path: frames/in-%05d.png, first: 1}
 //
-// Tick t gives frame `first` + t, modulo `count` where the frames are played more than once. The frames of
-// each tick have storage of their own, so nodes may draw into them.
+// What the path may be is told in docs/reading.md. The frames of each tick have storage of their own, so nodes may
+// draw into them.
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
+
+#include <sys/stat.h>
 
 #include "containers/Exception.h"
-#include "media/FilePattern.h"
+#include "media/FileList.h"
 #include "media/FrameReader.h"
+#include "media/FrameSequence.h"
+#include "media/Host.h"
+#include "media/Input.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
 #include "node/Registration.h"
 
 namespace zun::media {
+namespace {
+
+template <class Value>
+struct Word {
+    char const *word;
+    Value value;
+};
+
+/// The value that an option's word stands for.
+template <class Value, std::size_t count>
+Value meaningOf(char const *option, std::string const &text, std::array<Word<Value>, count> const &words) {
+    std::string known;
+    for (auto const &[word, value] : words) {
+        if (text == word) return value;
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    }
+    throw Exception(std::string("the option ") + option + " is '" + text + "', but should be one of: " + known);
+}
+
+} // namespace
 
 class ReadFrames : public Node {
-    std::string path;
-    int first = 0, count = 0, repeat = 1;
+    std::string path, gaps, orientation, damaged, format, size, rate, live;
+    int first = -1, count = 0, repeat = 1;
+    bool deinterlace = false;
     OutputStream<RgbFrame> rgb;
     OutputStream<GreyFrame> grey;
     OutputStream<FrameSource> source;
 
-    std::optional<FilePattern> pattern;
-    std::unique_ptr<FrameReader> video; ///< null for images
-    std::uint64_t frames = 0;           ///< that are played, once
-    std::shared_ptr<SourceInfo const> about = std::make_shared<SourceInfo>();
+    /// What the options stand for. Pictures are read side by side, by the tick; anything else is one sequence.
+    struct Plan {
+        ReadSettings settings;
+        FileList list;
+        std::uint64_t skipped = 0;           ///< entries of the list, or frames of the first video
+        bool pictures = false;               ///< a frame a file
+        std::unique_ptr<FrameReader> opened; ///< of the first file
+    };
+
+    std::unique_ptr<FrameSequence> sequence; ///< null for pictures
+    std::vector<FileList::Entry> entries;    ///< the pictures
+    std::optional<std::uint64_t> frames;     ///< that are played, once, where the number is certain
+    std::shared_ptr<SourceInfo const> about; ///< of pictures
+    ReadSettings settings;
+    std::mutex mutex;
+    std::set<std::string> said; ///< what was warned of
+    bool ended = false;
 
 public:
     using Node::Node;
@@ -40,8 +80,7 @@ public:
         static constexpr NodeRow node{.type = "ReadFrames",
                                       .sourcePath = "media/ReadFrames",
                                       .classCode = 1,
-                                      .summary =
-                                          "Reads frames from an image, a numbered sequence of images, or a video"};
+                                      .summary = "Reads frames from pictures, videos and streams"};
         static constexpr auto inputs = rows();
         static constexpr auto outputs =
             rows(output("rgb", "zun::Mat<zun::Vec3b, 2>", &ReadFrames::rgb, "the frame in colour"),
@@ -51,60 +90,84 @@ public:
                      .besideFrames());
         static constexpr auto options = rows(
             requiredOption("path", "std::string", &ReadFrames::path,
-                           "an image, a video, or a sequence of images such as in-%05d.png")
+                           "a picture, a video, a folder, a glob, a list file, a sequence such as in-%05d.png, - for "
+                           "standard input, a pipe, an address or a camera")
                 .is(OptionKind::Path),
-            option("first", "int", "0", &ReadFrames::first,
-                   "number of the first file of a sequence; index of the first frame of a video")
-                .atLeast(0),
+            option("first", "int", "-1", &ReadFrames::first,
+                   "number of the first file of a sequence; index of the first frame of a video or of the first file "
+                   "of a list; -1: the lowest there is")
+                .atLeast(-1),
             option("count", "int", "0", &ReadFrames::count, "how many frames to read; 0: all of them").atLeast(0),
-            option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end").atLeast(0));
+            option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end").atLeast(0),
+            option("gaps", "std::string", "error", &ReadFrames::gaps,
+                   "where a number of a sequence is missing: error or skip"),
+            option("orientation", "std::string", "apply", &ReadFrames::orientation,
+                   "apply turns frames upright as the file says; keep leaves them as they are stored"),
+            option("damaged", "std::string", "error", &ReadFrames::damaged,
+                   "where data are damaged: error fails after the frames before; stop ends there; skip leaves damaged "
+                   "frames out"),
+            option("deinterlace", "bool", "false", &ReadFrames::deinterlace,
+                   "make whole frames of an interlaced video's fields"),
+            option("format", "std::string", "", &ReadFrames::format,
+                   "of raw frames: rgb24, gray8 or another pixel format of FFmpeg; empty for files that say it"),
+            option("size", "std::string", "", &ReadFrames::size, "of raw frames, such as 640x480"),
+            option("fps", "std::string", "", &ReadFrames::rate, "of raw frames, such as 25 or 30000/1001"),
+            option("live", "std::string", "drop", &ReadFrames::live,
+                   "of an address or camera that is faster than the run: drop frames or block"));
     };
 
     bool isGenerator() const override { return true; }
 
-    /// Images are decoded side by side; a video is read in order.
-    bool mayOverlap() const { return !isVideo(); }
+    /// Pictures are decoded side by side; anything else is read in order.
+    bool mayOverlap() const {
+        try {
+            return plan().pictures;
+        } catch (Exception const &) {
+            return false; // initialize() will say why
+        }
+    }
 
     void initialize() override {
-        pattern.emplace(path);
-        requireSoundOptions();
-        std::uint64_t const there = pattern->numbered() ? countFiles() : countFrames();
-        if (there == 0) failToBegin();
-        frames = count == 0 ? there : static_cast<std::uint64_t>(count);
-        if (frames > there)
-            throw Exception("'" + path + "' has " + std::to_string(there) + " frames from " + std::to_string(first) +
-                            " on, but the option count asks for " + std::to_string(frames));
+        Plan made = plan();
+        settings = made.settings;
+        if (made.pictures)
+            initializePictures(std::move(made));
+        else
+            initializeSequence(std::move(made));
     }
 
     Tick getRunUntil(Tick end) override {
-        return repeat == 0 ? end : std::min(end, frames * static_cast<std::uint64_t>(repeat));
+        return repeat == 0 || !frames ? end : std::min(end, *frames * static_cast<std::uint64_t>(repeat));
     }
 
+    bool processProgressNeverPossible() override { return ended; }
+
     void process(Tick tick) override {
-        std::uint64_t const index = start() + tick % frames;
         WantedFrames const wanted{rgb.connected(), grey.connected()};
         Frames result;
-        if (isVideo())
-            readVideo(index, wanted, result);
-        else
-            FrameReader(pattern->file(index)).next(wanted, result);
-        if (source.connected()) writeStream(tick, source, {about, pattern->file(index), index, 0, 0});
+        FrameSource from;
+        if (sequence == nullptr)
+            readPicture(tick % *frames, wanted, result, from);
+        else if (!readSequence(tick, wanted, result, from))
+            return;
+        if (source.connected()) writeStream(tick, source, std::move(from));
         if (wanted.rgb) writeStream(tick, rgb, std::move(result.rgb));
         if (wanted.grey) writeStream(tick, grey, std::move(result.grey));
     }
 
-    void flush(Tick) override { video.reset(); }
+    void flush(Tick) override { sequence.reset(); }
 
-    /// The size of the first frame, or why it can't be read.
+    /// What the frames will be, as far as that shows without taking them from a stream, or why they can't be read.
     Forecast forecast() const {
         Forecast forecast;
         try {
-            FilePattern const names(path);
-            forecast.files = {names.use(FileUse::Access::Read)};
-            requireSoundOptions();
-            FrameReader const reader(names.file(start()));
-            std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
-            forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
+            if (path != "-" && !FileList::isStream(path)) forecast.files = {FileList::use(path)};
+            Plan made = plan();
+            forecast.notes = made.list.notes;
+            if (made.opened)
+                foretell(std::move(made), forecast);
+            else
+                foretellStream(made.settings, forecast);
         } catch (Exception const &error) {
             forecast.problems.push_back(error.what());
         }
@@ -112,44 +175,155 @@ public:
     }
 
 private:
-    void requireSoundOptions() const {
-        if (first < 0 || count < 0 || repeat < 0)
+    ReadSettings readSettings() const {
+        ReadSettings read;
+        read.applyOrientation =
+            meaningOf<bool>("orientation", orientation, std::array<Word<bool>, 2>{{{"apply", true}, {"keep", false}}});
+        read.damaged =
+            meaningOf<Damaged>("damaged", damaged,
+                               std::array<Word<Damaged>, 3>{
+                                   {{"error", Damaged::Error}, {"stop", Damaged::Stop}, {"skip", Damaged::Skip}}});
+        read.dropLate = meaningOf<bool>("live", live, std::array<Word<bool>, 2>{{{"drop", true}, {"block", false}}});
+        read.deinterlace = deinterlace;
+        read.format = format;
+        read.size = size;
+        read.rate = rate;
+        return read;
+    }
+
+    bool isOneStream() const {
+        if (path == "-" || FileList::isStream(path)) return true;
+        struct stat facts {};
+        return ::stat(path.c_str(), &facts) == 0 && S_ISFIFO(facts.st_mode);
+    }
+
+    /// Opens the first file, unless it is a stream, from which a forecast must not take anything.
+    Plan plan() const {
+        if (first < -1 || count < 0 || repeat < 0)
             throw Exception("the options first, count and repeat can't be negative");
+        Gaps const onGap =
+            meaningOf<Gaps>("gaps", gaps, std::array<Word<Gaps>, 2>{{{"error", Gaps::Error}, {"skip", Gaps::Skip}}});
+        Plan made{readSettings(), FileList(path, first, onGap), 0, false, nullptr};
+        std::vector<FileList::Entry> const &files = made.list.files;
+        bool const begun = made.list.isList && first > 0 && files.front().number == static_cast<std::uint64_t>(first);
+        if (first > 0 && !begun) made.skipped = static_cast<std::uint64_t>(first);
+        if (isOneStream()) {
+            if (repeat != 1)
+                throw Exception(inputName(path) + " is a stream, which can't be played again: leave the "
+                                                  "option repeat out");
+            return made;
+        }
+        made.opened = std::make_unique<FrameReader>(files.front().file, made.settings);
+        made.pictures = format.empty() && std::all_of(files.begin(), files.end(), [](FileList::Entry const &entry) {
+                            return isStillName(entry.file);
+                        });
+        if (files.size() == 1) made.pictures = made.pictures && made.opened->frameCount() == 1;
+        return made;
     }
 
-    [[noreturn]] void failToBegin() const {
-        if (pattern->numbered())
-            throw Exception("'" + pattern->file(start()) + "' doesn't exist, so the sequence has no first frame");
-        throw Exception("'" + pattern->file(0) + "' has no frame " + std::to_string(first));
+    void initializePictures(Plan made) {
+        entries = std::move(made.list.files);
+        if (made.skipped >= entries.size()) throw Exception(inputName(path) + " has no frame " + std::to_string(first));
+        entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(made.skipped));
+        requireCount(entries.size());
+        if (count != 0) entries.resize(static_cast<std::size_t>(count));
+        frames = entries.size();
+        auto info = std::make_shared<SourceInfo>(made.opened->info());
+        info->path = path;
+        info->files.clear();
+        for (FileList::Entry const &entry : entries) info->files.push_back(entry.file);
+        about = std::move(info);
+        for (std::string const &what : made.opened->leftOut()) said.insert(what);
     }
 
-    std::uint64_t start() const { return static_cast<std::uint64_t>(first); }
-
-    /// By its name, because the check asks before the file is opened.
-    bool isVideo() const { return !isStillName(path); }
-
-    std::uint64_t countFiles() const {
-        std::uint64_t number = start();
-        std::error_code ignored;
-        while (std::filesystem::exists(pattern->file(number), ignored)) number++;
-        return number - start();
+    void initializeSequence(Plan made) {
+        std::uint64_t const skipped = made.skipped;
+        bool const certain = made.list.files.size() == 1 && made.opened && made.opened->frameCount();
+        if (certain) {
+            std::uint64_t const all = *made.opened->frameCount();
+            if (skipped >= all) throw Exception(inputName(path) + " has no frame " + std::to_string(skipped));
+            requireCount(all - skipped);
+            frames = all - skipped;
+        }
+        if (count != 0) frames = static_cast<std::uint64_t>(count);
+        if (made.opened)
+            for (std::string const &what : made.opened->leftOut()) said.insert(what);
+        FrameSequence::Span const span{skipped, frames, static_cast<std::uint64_t>(repeat)};
+        sequence = std::make_unique<FrameSequence>(path, made.list, settings, span, std::move(made.opened));
     }
 
-    std::uint64_t countFrames() {
-        FrameReader const reader(pattern->file(0));
-        if (!isVideo() && !reader.isStill()) throw Exception("'" + path + "' is a video with the name of an image");
-        std::uint64_t const all = reader.frameCount();
-        return all > start() ? all - start() : 0;
+    void requireCount(std::uint64_t there) const {
+        if (count != 0 && static_cast<std::uint64_t>(count) > there)
+            throw Exception(inputName(path) + " has " + std::to_string(there) + " frames from " +
+                            std::to_string(std::max(first, 0)) + " on, but the option count asks for " +
+                            std::to_string(count));
     }
 
-    void readVideo(std::uint64_t index, WantedFrames wanted, Frames &result) {
-        std::string const file = pattern->file(0);
-        if (video == nullptr || video->position() > index) video = std::make_unique<FrameReader>(file);
+    void readPicture(std::uint64_t index, WantedFrames wanted, Frames &result, FrameSource &from) {
+        FileList::Entry const &entry = entries[index];
+        FrameReader reader(entry.file, settings);
+        if (reader.frameCount() != 1)
+            sayOnce(entry.file, "holds several frames, of which a list of pictures takes the first: read it by itself");
+        reader.next(wanted, result);
+        for (std::string const &what : reader.leftOut()) sayOnce(entry.file, what);
+        from = {about, entry.file, entry.number, 0, 0};
+    }
+
+    bool readSequence(Tick tick, WantedFrames wanted, Frames &result, FrameSource &from) {
+        if (ended && tick >= sequence->position()) return false;
+        if (sequence->position() > tick) sequence->rewind();
         bool there = true;
-        while (there && video->position() < index) there = video->next({}, result);
-        if (there && video->next(wanted, result)) return;
-        throw Exception("'" + file + "' ends after " + std::to_string(video->position()) + " frames, but should have " +
-                        std::to_string(video->frameCount()));
+        while (there && sequence->position() < tick) there = sequence->next({}, result, from);
+        if (there) there = sequence->next(wanted, result, from);
+        if (there)
+            for (std::string const &what : sequence->leftOut()) sayOnce(from.file, what);
+        ended = !there;
+        return there;
+    }
+
+    /// Warns of what a file leaves out that no file before did.
+    void sayOnce(std::string const &file, std::string const &what) {
+        std::lock_guard const lock(mutex);
+        if (said.insert(what).second) warnOnce(inputName(file) + " " + what);
+    }
+
+    void foretell(Plan made, Forecast &forecast) const {
+        FrameReader const &reader = *made.opened;
+        std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
+        forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
+        for (std::string const &what : reader.leftOut())
+            forecast.warnings.push_back(inputName(made.list.files.front().file) + " " + what);
+        if (!format.empty()) noteRate(forecast);
+        FrameSequence all(path, made.list, made.settings, {}, std::move(made.opened));
+        tellSource(*all.about(), forecast);
+    }
+
+    void foretellStream(ReadSettings const &read, Forecast &forecast) const {
+        SourceInfo info;
+        if (!format.empty()) {
+            std::uint64_t pixels = 0;
+            info = rawInfo(path, read, pixels);
+            forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
+            noteRate(forecast);
+        }
+        info.path = path;
+        info.files = {path};
+        info.moving = true;
+        info.live = path != "-" && FileList::isStream(path);
+        tellSource(std::move(info), forecast);
+    }
+
+    void noteRate(Forecast &forecast) const {
+        if (rate.empty())
+            forecast.notes.push_back(inputName(path) + " has 25 frames a second, as the option fps doesn't say");
+    }
+
+    static void tellSource(SourceInfo info, Forecast &forecast) {
+        FrameSource told;
+        told.file = info.files.front();
+        forecast.moves = info.moving;
+        told.info = std::make_shared<SourceInfo>(std::move(info));
+        forecast.source = std::make_shared<VariantType<FrameSource>>(std::move(told));
     }
 };
 

@@ -3,6 +3,8 @@
 //   - type: ReadRecords
 //     outputs: {value: corners}
 //     options: {path: corners.jsonl, type: "zun::List<zun::Vec2f>"}
+//
+// Of lines with objects, such as MergeRecords makes them, option `field` names the field to read.
 
 #include <algorithm>
 #include <cerrno>
@@ -100,7 +102,7 @@ private:
 } // namespace
 
 class ReadRecords : public Node {
-    std::string path, type;
+    std::string path, type, field;
     OutputStream<Variant> value;
 
     std::unique_ptr<LineFile> file;
@@ -119,7 +121,9 @@ public:
         static constexpr auto options =
             rows(requiredOption("path", "std::string", &ReadRecords::path, "the file, one JSON value a line")
                      .is(OptionKind::Path),
-                 requiredOption("type", "std::string", &ReadRecords::type, "type expression of the values"));
+                 requiredOption("type", "std::string", &ReadRecords::type, "type expression of the values"),
+                 option("field", "std::string", "", &ReadRecords::field,
+                        "of lines that are objects ({...}): which field to read; empty where a line is one value"));
     };
 
     bool isGenerator() const override { return true; }
@@ -130,7 +134,8 @@ public:
     void process(Tick tick) override {
         std::string const line = file->line(tick);
         try {
-            writeStream(tick, value, valueOfRecord(parseJson(line), type));
+            writeStream(tick, value,
+                        valueOfRecord(field.empty() ? parseJson(line) : parseJsonField(line, field), type));
         } catch (Exception const &error) {
             throw Exception("'" + path + "', line " + std::to_string(tick + 1) + ": " + error.what());
         }

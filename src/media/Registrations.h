@@ -11,5 +11,8 @@ void registerWriteRecords();
 void registerConstant();
 void registerListFrames();
 void registerPickFrame();
+void registerFormatTexts();
+void registerMergeRecords();
+void registerSelectElements();
 
 } // namespace zun::media

@@ -1,34 +1,49 @@
 #include "media/WholePicture.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-
-#include "containers/Exception.h"
+#include <optional>
 
 namespace zun::media {
 namespace {
 
-constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
-constexpr std::string_view jpegSignature = "\xFF\xD8";
-
-std::uint32_t bigEndian(unsigned char const *bytes) {
-    return std::uint32_t(bytes[0]) << 24 | std::uint32_t(bytes[1]) << 16 | std::uint32_t(bytes[2]) << 8 | bytes[3];
+std::uint32_t bigEndian(char const *bytes) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < 4; i++) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+    return value;
 }
 
-/// From the first chunk on.
-bool reachesEndOfPng(std::istream &in) {
-    constexpr int checksum = 4;
-    std::array<unsigned char, 8> head{}; // length and type; the length is that of the data between type and checksum
-    while (in.read(reinterpret_cast<char *>(head.data()), head.size())) {
-        bool const last = std::memcmp(head.data() + 4, "IEND", 4) == 0;
-        in.seekg(std::streamoff(bigEndian(head.data())) + checksum - 1, std::ios::cur);
-        if (in.get() == std::istream::traits_type::eof()) return false;
-        if (last) return true;
+std::uint32_t littleEndian(char const *bytes) {
+    std::uint32_t value = 0;
+    for (int i = 4; i-- > 0;) value = value << 8 | static_cast<unsigned char>(bytes[i]);
+    return value;
+}
+
+void readPngHeader(char const *data, PngFacts &facts) {
+    constexpr std::uint32_t mostSide = 0x7FFFFFFF;
+    constexpr unsigned char palette = 3, greyAlpha = 4, rgbAlpha = 6;
+    facts.width = bigEndian(data);
+    facts.height = bigEndian(data + 4);
+    unsigned char const type = static_cast<unsigned char>(data[9]);
+    facts.sound = facts.width != 0 && facts.height != 0 && facts.width <= mostSide && facts.height <= mostSide;
+    facts.bitDepth = type == palette ? 8 : static_cast<unsigned char>(data[8]);
+    facts.alpha = type == greyAlpha || type == rgbAlpha;
+}
+
+void readPngChunk(Input const &input, std::uint64_t place, std::string_view type, std::uint32_t length,
+                  PngFacts &facts) {
+    constexpr std::uint32_t headerSize = 13, mostExif = 1 << 16;
+    std::string data(std::min(length, mostExif), '\0');
+    if (type == "IHDR" && length == headerSize && input.readAt(place, data.data(), data.size()) == data.size())
+        readPngHeader(data.data(), facts);
+    if (type == "tRNS") facts.alpha = true;
+    if (type == "acTL" && length >= 8 && input.readAt(place, data.data(), data.size()) == data.size()) {
+        facts.animated = true;
+        facts.loops = bigEndian(data.data() + 4);
     }
-    return false;
+    if (type == "eXIf" && input.readAt(place, data.data(), data.size()) == data.size())
+        facts.orientation = orientationOfExif(data);
 }
 
 /// Whether a marker stands by itself, and not at the head of a segment. Below the first marker that any file has are
@@ -38,9 +53,10 @@ bool hasNoSegment(unsigned char marker) {
     return marker < first || (marker >= firstRestart && marker <= lastRestart) || marker == start;
 }
 
-} // namespace
-
-bool reachesEndOfJpeg(std::string_view bytes) {
+/// Calls `visit` with each segment's marker and content, until it returns false. Returns whether it reaches the last
+/// marker or was stopped.
+template <class Visit>
+bool walkJpeg(std::string_view bytes, Visit visit) {
     constexpr unsigned char end = 0xD9;
     auto const at = [&](std::size_t index) { return static_cast<unsigned char>(bytes[index]); };
     std::size_t place = 0;
@@ -52,22 +68,126 @@ bool reachesEndOfJpeg(std::string_view bytes) {
         if (marker == end) return true;
         if (hasNoSegment(marker)) continue;
         if (place + 2 > bytes.size()) return false;
-        place += std::size_t(at(place)) << 8 | at(place + 1); // the length counts itself
+        std::size_t const length = std::size_t(at(place)) << 8 | at(place + 1); // counts itself
+        if (length > 2 && !visit(marker, bytes.substr(place + 2, length - 2))) return true;
+        place += length;
     }
 }
 
-void requireWholePicture(std::string const &file) {
-    std::ifstream in(file, std::ios::binary);
-    std::string head(pngSignature.size(), '\0');
-    if (!in.read(head.data(), static_cast<std::streamsize>(head.size()))) return;
-    char const *format = nullptr;
-    if (head == pngSignature && !reachesEndOfPng(in)) format = "PNG";
-    if (head.starts_with(jpegSignature)) {
-        in.seekg(0);
-        if (!reachesEndOfJpeg(std::string(std::istreambuf_iterator<char>(in), {}))) format = "JPEG";
+/// The content of a WebP file's chunk; empty if there is none.
+std::string_view webpChunk(std::string_view bytes, std::string_view type) {
+    constexpr std::size_t fileHeader = 12, chunkHeader = 8;
+    for (std::size_t place = fileHeader; place + chunkHeader <= bytes.size();) {
+        std::size_t const length = littleEndian(bytes.data() + place + 4);
+        if (bytes.substr(place, 4) == type) return bytes.substr(place + chunkHeader, length);
+        place += chunkHeader + length + length % 2;
     }
-    if (format != nullptr)
-        throw Exception("'" + file + "' is cut short: the " + format + " file ends before its picture does");
+    return {};
+}
+
+/// A number of Matroska, whose first byte says how long it is. With all bits set it stands for an unknown size.
+std::optional<std::uint64_t> matroskaNumber(std::string_view bytes, std::size_t &place, bool keepMarker) {
+    if (place >= bytes.size()) return std::nullopt;
+    unsigned char const lead = static_cast<unsigned char>(bytes[place]);
+    std::size_t length = 1;
+    while (length <= 8 && (lead & (0x100u >> length)) == 0) length++;
+    if (length > 8 || place + length > bytes.size()) return std::nullopt;
+    std::uint64_t value = keepMarker ? lead : lead & ((0x100u >> length) - 1);
+    bool unknown = (lead | (0xFFu << (8 - length) & 0xFFu)) == 0xFFu;
+    for (std::size_t i = 1; i < length; i++) {
+        unsigned char const next = static_cast<unsigned char>(bytes[place + i]);
+        value = value << 8 | next;
+        unknown = unknown && next == 0xFF;
+    }
+    place += length;
+    if (unknown && !keepMarker) return std::nullopt;
+    return value;
+}
+
+bool isMatroskaCut(std::string_view head, std::uint64_t size) {
+    constexpr std::uint64_t segment = 0x18538067;
+    std::size_t place = 4;
+    std::optional<std::uint64_t> const header = matroskaNumber(head, place, false);
+    if (!header || *header > head.size()) return false;
+    place += static_cast<std::size_t>(*header);
+    if (matroskaNumber(head, place, true) != segment) return false;
+    std::optional<std::uint64_t> const length = matroskaNumber(head, place, false);
+    return length && *length > size - std::min<std::uint64_t>(place, size);
+}
+
+bool isMp4Cut(Input const &input) {
+    constexpr int mostBoxes = 100'000;
+    std::uint64_t place = 0;
+    std::array<char, 16> head{};
+    for (int i = 0; i < mostBoxes && place < input.size(); i++) {
+        if (input.readAt(place, head.data(), head.size()) < 8) return false;
+        std::uint64_t length = bigEndian(head.data());
+        if (length == 0) return false; // to the end of the file
+        if (length == 1) length = std::uint64_t(bigEndian(head.data() + 8)) << 32 | bigEndian(head.data() + 12);
+        if (length < 8) return false;
+        if (length > input.size() - place) return true;
+        place += length;
+    }
+    return false;
+}
+
+} // namespace
+
+PngFacts pngFacts(Input const &input) {
+    constexpr std::uint32_t checksum = 4;
+    PngFacts facts;
+    bool first = true;
+    std::array<char, 8> head{}; // length and type; the length is that of the data between type and checksum
+    for (std::uint64_t place = pngSignature.size();
+         input.readAt(place, head.data(), head.size()) == head.size() && !facts.whole; first = false) {
+        std::uint32_t const length = bigEndian(head.data());
+        std::string_view const type(head.data() + 4, 4);
+        if (first != (type == "IHDR")) return facts;
+        readPngChunk(input, place + head.size(), type, length, facts);
+        place += head.size() + length + checksum;
+        if (place > input.size()) return facts;
+        facts.whole = type == "IEND";
+    }
+    return facts;
+}
+
+bool reachesEndOfJpeg(std::string_view bytes) {
+    return walkJpeg(bytes, [](unsigned char, std::string_view) { return true; });
+}
+
+Orientation orientationOfJpeg(std::string_view bytes) {
+    constexpr unsigned char application1 = 0xE1, scan = 0xDA;
+    constexpr std::string_view mark("Exif\0\0", 6);
+    Orientation orientation;
+    walkJpeg(bytes, [&](unsigned char marker, std::string_view content) {
+        bool const found = marker == application1 && content.starts_with(mark);
+        if (found) orientation = orientationOfExif(content.substr(mark.size()));
+        return !found && marker != scan;
+    });
+    return orientation;
+}
+
+Orientation orientationOfWebp(std::string_view bytes) {
+    constexpr std::string_view mark("Exif\0\0", 6); // which some writers put before the data
+    std::string_view exif = webpChunk(bytes, "EXIF");
+    if (exif.starts_with(mark)) exif.remove_prefix(mark.size());
+    return orientationOfExif(exif);
+}
+
+bool isAnimatedWebp(std::string_view bytes) { return !webpChunk(bytes, "ANIM").empty(); }
+
+bool isCutShort(Input const &input) {
+    constexpr std::uint32_t unknown = 0xFFFFFFFF;
+    std::string head(64, '\0');
+    head.resize(input.readAt(0, head.data(), head.size()));
+    if (head.size() < 16) return false;
+    if (head.starts_with("RIFF")) {
+        std::uint32_t const length = littleEndian(head.data() + 4);
+        return length != unknown && length > input.size() - 8 + 1; // a byte of padding may be missing
+    }
+    if (head.starts_with("\x1A\x45\xDF\xA3")) return isMatroskaCut(head, input.size());
+    if (head.substr(4, 4) == "ftyp") return isMp4Cut(input);
+    return false;
 }
 
 } // namespace zun::media

@@ -160,8 +160,9 @@ void Scheduler::complete(Task *task) {
     if (!state.unsettled.empty() && state.running == 0) settle(state);
 
     countBytes();
+    // One whose ticks overlap was offered when this tick started, unless its next one has to run alone.
     bool const overlaps = state.node->selfParallel && !state.alone && !state.node->generator;
-    if (!overlaps) offer(state); // one whose ticks overlap was offered when this tick started
+    if (!overlaps || state.node->changeDue(state.next)) offer(state);
     for (NodeState *consumer : state.consumers)
         if (consumer->next <= tick) offer(*consumer);
     offerHeld();

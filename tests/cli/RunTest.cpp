@@ -85,6 +85,20 @@ TEST_F(Run, ChangesAnOptionFromATickOn) {
     EXPECT_EQ(folder.read("3.png"), folder.read("0.png"));
 }
 
+TEST_F(Run, ChangesAConstantWhoseTicksOverlap) {
+    folder.write("constant.yaml", R"(nodes:
+- {type: Constant, name: seven, outputs: {value: x}, options: {type: int, value: 7}}
+- {type: WriteRecords, inputs: {value: x}, options: {path: "-"}}
+)");
+    for (char const *executor : {"threads --threads 3", "shuffled", "sequential"}) {
+        Ended const ended = zun("run constant.yaml --frames 0:5 --change 2:seven.value=8 --change 4:seven.value=9 "
+                                "--executor " +
+                                    std::string(executor),
+                                folder);
+        EXPECT_EQ(ended.out + ended.err, "7\n7\n8\n8\n9\n") << executor;
+    }
+}
+
 TEST_F(Run, ShowsOnRequestWhereANodeFailedInItsSource) {
     expectOneError(runOnPhoto(dots, "--set dot.colour=green"),
                    {"zun: error: node 'dot' (DrawPoints) failed at tick 0", ": Invalid fill colour value: green\n"});

@@ -135,7 +135,7 @@ TEST(Description, RefusesWhatYamlHasAndDescriptionsDoNot) {
         {huge, {{"f: error: ", "4 MiB"}}},
         {"nodes:\n  - type: A: B", {{"f:2:12: error: ", "put a text with ': ' in it in quotes"}}},
         {"nodes:\n  - type: -\n", {{"f:2:11: error: ", "the stream name - in quotes"}}},
-        {"nodes: [{type: A, name: ${x}}]", {{"f:1:26: error: ", "put a ${name} within { } or [ ] in quotes"}}},
+        {"nodes: [{type: A, name: ${x}}]", {{"f:1:26: error: ", "has to be in quotes: \"${x}\""}}},
         {"nodes: [{type: " + std::string(256, 'A') + "}]", {{"f:1:16: error: ", "longer than 255"}}},
         {"nodes: []", {{"f:1:8: error: ", "has to be a list"}}},
         {"nodes:", {{"f:1:1: error: ", "has to be a list"}}},
