@@ -1,5 +1,7 @@
 #include "media/SoundCopy.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <vector>
 
@@ -9,6 +11,8 @@ namespace zun::media {
 namespace {
 
 constexpr AVRational microseconds{1, AV_TIME_BASE};
+constexpr std::array streamed{AV_CODEC_ID_AAC, AV_CODEC_ID_MP2,  AV_CODEC_ID_MP3,
+                              AV_CODEC_ID_AC3, AV_CODEC_ID_EAC3, AV_CODEC_ID_OPUS};
 
 AVRational rational(Rational const &value) {
     return {static_cast<int>(value.numerator), static_cast<int>(value.denominator)};
@@ -21,6 +25,8 @@ bool takesSound(OutputFormat const &format, std::string const &codec) {
     if (format.muxer == nullptr || known == nullptr) return false;
     AVOutputFormat const *const muxer = av_guess_format(format.muxer, nullptr, nullptr);
     if (muxer == nullptr || muxer->audio_codec == AV_CODEC_ID_NONE) return false;
+    if (format.name == "ts") // has no table to ask
+        return std::find(streamed.begin(), streamed.end(), known->id) != streamed.end();
     return avformat_query_codec(muxer, known->id, FF_COMPLIANCE_NORMAL) == 1;
 }
 

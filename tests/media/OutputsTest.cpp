@@ -149,8 +149,9 @@ TEST_F(Outputs, KeepTheRateOfTheirSource) {
             ASSERT_EQ(shown.size(), std::size_t(count)) << name << " " << text;
             for (std::size_t frame = 0; frame < count; frame++)
                 EXPECT_NEAR(shown[frame] - shown[0], double(frame) / rate.value(), 0.001) << name << " " << text;
-            if (std::string(name).ends_with("ts") || std::string(name).ends_with("y4m")) continue;
+            if (std::string(name).ends_with("ts")) continue;
             EXPECT_EQ(shown[0], 0) << name;
+            if (std::string(name).ends_with("nut")) continue; // it holds no durations
             EXPECT_NEAR(std::stod(probe(folder / name, "format=duration").at(0)), count / rate.value(), 0.0015) << name;
             if (std::string(name).ends_with("mp4")) {
                 EXPECT_EQ(probe(folder / name, "stream=avg_frame_rate,nb_frames").at(0), text + ",9");
@@ -215,7 +216,7 @@ std::vector<std::pair<double, std::string>> soundOf(std::string const &file) {
 TEST_F(Outputs, CopyTheSoundOfTheirFrames) {
     for (auto const &[name, encoder, codec, target] : {std::tuple("c.mp4", "aac", "aac", "v.mp4"),
                                                        {"c.mp4", "aac", "aac", "v.mkv"},
-                                                       {"c.mp4", "aac", "aac", "v.ts"},
+                                                       {"c.mkv", "libmp3lame", "mp3", "v.ts"},
                                                        {"c.mkv", "libopus", "opus", "v.webm"},
                                                        {"c.mov", "pcm_s16le", "pcm_s16le", "v.avi"},
                                                        {"c.mkv", "libmp3lame", "mp3", "v.mp4"}})
@@ -233,7 +234,7 @@ TEST_F(Outputs, CopyTheSoundOfTheirFrames) {
                 ASSERT_EQ(copied[packet].second, source[at + packet].second) << what << ", packet " << packet;
                 ASSERT_NEAR(copied[packet].first, source[at + packet].first + shift, 0.0021) << what;
             }
-            double const longest = 0.06, begin = first * 0.1 - shift, end = last * 0.1;
+            double const longest = 0.06, begin = first * 0.1, end = frameTimes(folder / name).at(0) + last * 0.1;
             EXPECT_LT(source[at].first, begin + longest + shift) << what;
             EXPECT_LT(source[at + copied.size() - 1].first, end) << what;
             if (last < 20) {
@@ -290,7 +291,7 @@ TEST_F(Outputs, StateTheirColoursAndPixelAspect) {
                       "3:2,tv," + std::string(matrix) + ",bt709,bt709")
                 << name;
             std::string const pixels = shell("ffmpeg -v error -i " + (folder / name) +
-                                             " -vf scale=flags=accurate_rnd -pix_fmt rgb24 -f rawvideo - | head -c 3");
+                                             " -vf scale=flags=accurate_rnd -pix_fmt rgb24 -frames:v 1 -f rawvideo -");
             for (std::size_t c = 0; c < 3; c++)
                 EXPECT_NEAR(static_cast<unsigned char>(pixels.at(c)), colour[int(c)], 3) << name << ", channel " << c;
         }
@@ -422,7 +423,7 @@ TEST_F(Outputs, AreEncodedAsAsked) {
           {"v.mov", Options{{"codec", "prores"}}, "prores,yuv422p10le"},
           {"v.avi", Options{{"codec", "mjpeg"}}, "mjpeg,yuvj444p"},
           {"v.avi", Options{{"codec", "mjpeg"}, {"quality", 70}}, "mjpeg,yuvj420p"},
-          {"v.mkv", Options{{"codec", "png"}}, "png,rgb24"},
+          {"v.mov", Options{{"codec", "png"}}, "png,rgb24"},
           {"v.mkv", Options{{"codec", "ffv1"}}, "ffv1,bgr0"},
           {"v.mp4", Options{{"pixelFormat", "yuv444p"}}, "h264,yuv444p"},
           {"v.mp4", Options{{"bitRate", 100}}, "h264,yuv420p"}}) {
