@@ -130,7 +130,7 @@ class WrittenPicture:
 
     def judge(self, trial, when, found, wanted):
         mean, worst = distance(found, wanted)
-        trial.expect(worst <= self.most + self.grey and mean <= 2, f"{when}pixels differ by {mean} to {worst}")
+        trial.expect(worst <= self.most + self.grey and mean <= 2.5, f"{when}pixels differ by {mean} to {worst}")
 
 
 @dataclasses.dataclass
@@ -249,19 +249,18 @@ def pngs():
 
 def jpegs():
     return [
-        *(Picture(f"JPEG of EXIF orientation {value}", "a.jpg", save(colour, quality=95, exif=oriented(value)), most=6,
+        *(Picture(f"JPEG of EXIF orientation {value}", "a.jpg", save(colour, quality=95, exif=oriented(value)),
                   quick=value == 6) for value in range(1, 9)),
-        Picture("JPEG of EXIF orientation 6, kept", "a.jpg", save(colour, quality=95, exif=oriented(6)), most=6,
+        Picture("JPEG of EXIF orientation 6, kept", "a.jpg", save(colour, quality=95, exif=oriented(6)),
                 reading={"orientation": "keep"}),
         Picture("PNG of EXIF orientation 8", "a.png", save(colour, exif=oriented(8))),
         Picture("WebP of EXIF orientation 5", "a.webp", save(colour, lossless=True, exif=oriented(5))),
-        Picture("JPEG, 4:4:4", "a.jpg", save(colour, quality=95, subsampling=0), most=3),
-        Picture("JPEG, progressive", "a.jpg", save(colour, quality=95, progressive=True), most=6),
-        Picture("JPEG, grey", "a.jpg", save(lambda: colour().convert("L"), quality=95), most=2),
-        Picture("JPEG, CMYK", "a.jpg", save(lambda: colour().convert("CMYK"), quality=95), most=10),
-        Picture("JPEG of ImageMagick in RGB", "a.jpg", magick("-colorspace", "sRGB", "-sampling-factor", "4:2:2"),
-                most=8),
-        Picture("JPEG under the name of a PNG", "a.png", lambda file: colour().save(file, "JPEG", quality=95), most=6),
+        Picture("JPEG, 4:4:4", "a.jpg", save(colour, quality=95, subsampling=0)),
+        Picture("JPEG, progressive", "a.jpg", save(colour, quality=95, progressive=True)),
+        Picture("JPEG, grey", "a.jpg", save(lambda: colour().convert("L"), quality=95)),
+        Picture("JPEG, CMYK", "a.jpg", save(lambda: colour().convert("CMYK"), quality=95)),
+        Picture("JPEG of ImageMagick in RGB", "a.jpg", magick("-colorspace", "sRGB", "-sampling-factor", "4:2:2")),
+        Picture("JPEG under the name of a PNG", "a.png", lambda file: colour().save(file, "JPEG", quality=95)),
     ]
 
 

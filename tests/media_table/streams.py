@@ -117,7 +117,8 @@ def rows():
     nut = ["-c:v", "rawvideo", "-pix_fmt", "rgb24", "-f", "nut"]
     return [
         Piped("NUT to NUT", nut, "nut", ["-f", "nut"], quick=True),
-        Piped("Y4M to Y4M", ["-pix_fmt", "yuv444p", "-f", "yuv4mpegpipe"], "y4m", ["-f", "yuv4mpegpipe"], loss=3),
+        Piped("Y4M to Y4M", ["-pix_fmt", "yuv444p", "-f", "yuv4mpegpipe"], "y4m", ["-f", "yuv4mpegpipe"],
+              writing={"pixelFormat": "yuv444p"}, loss=2),
         Piped("raw to raw", ["-f", "rawvideo", "-pix_fmt", "rgb24"], "rawvideo",
               ["-f", "rawvideo", "-pix_fmt", "rgb24", "-s", "96x64", "-r", "30"], reading=raw, quick=True),
         Piped("raw YUV to NUT", ["-f", "rawvideo", "-pix_fmt", "yuv444p"], "nut", ["-f", "nut"],
