@@ -227,19 +227,18 @@ TEST_F(Outputs, CopyTheSoundOfTheirFrames) {
             auto const source = soundOf(folder / name), copied = soundOf(out);
             ASSERT_GT(copied.size(), 3u) << what;
             double const shift = frameTimes(out).at(0) - frameTimes(folder / name).at(std::size_t(first));
-            std::size_t at = 0;
-            while (at < source.size() && source[at].second != copied[0].second) at++;
-            for (std::size_t packet = 0; packet < copied.size(); packet++) {
-                ASSERT_LT(at + packet, source.size()) << what;
-                ASSERT_EQ(copied[packet].second, source[at + packet].second) << what << ", packet " << packet;
-                ASSERT_NEAR(copied[packet].first, source[at + packet].first + shift, 0.0021) << what;
+            std::size_t at = 1; // of the first, the samples before the video may be cut off
+            while (at < source.size() && source[at].second != copied[1].second) at++;
+            ASSERT_LE(at - 1 + copied.size(), source.size()) << what;
+            for (std::size_t packet = 1; packet < copied.size(); packet++) {
+                auto const &[time, hash] = source[at - 1 + packet];
+                ASSERT_EQ(copied[packet].second, hash) << what << ", packet " << packet;
+                ASSERT_NEAR(copied[packet].first, time + shift, 0.0021) << what;
             }
-            double const longest = 0.06, begin = first * 0.1, end = frameTimes(folder / name).at(0) + last * 0.1;
-            EXPECT_LT(source[at].first, begin + longest + shift) << what;
-            EXPECT_LT(source[at + copied.size() - 1].first, end) << what;
-            if (last < 20) {
-                EXPECT_GT(source[at + copied.size() - 1].first, end - 2 * longest) << what;
-            }
+            double const longest = 0.06, begin = frameTimes(folder / name).at(0);
+            EXPECT_LT(source[at - 1].first, begin + first * 0.1 + longest) << what;
+            double const end = begin + last * 0.1, lastPacket = source[at + copied.size() - 2].first;
+            EXPECT_TRUE(lastPacket < end && lastPacket > std::min(end, 2.0) - 2 * longest) << what << " " << lastPacket;
             expectParts(forecast(file(target), info).notes.at(0), {"takes frame rate 10 and times from '" + info.path +
                                                                    "', and copies its sound (" + codec + ")"});
         }
