@@ -1,6 +1,9 @@
 #include "media/SoundCopy.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 #include "media/Host.h"
@@ -9,6 +12,8 @@ namespace zun::media {
 namespace {
 
 constexpr AVRational microseconds{1, AV_TIME_BASE};
+constexpr std::array streamed{AV_CODEC_ID_AAC, AV_CODEC_ID_MP2,  AV_CODEC_ID_MP3,
+                              AV_CODEC_ID_AC3, AV_CODEC_ID_EAC3, AV_CODEC_ID_OPUS};
 
 AVRational rational(Rational const &value) {
     return {static_cast<int>(value.numerator), static_cast<int>(value.denominator)};
@@ -21,6 +26,8 @@ bool takesSound(OutputFormat const &format, std::string const &codec) {
     if (format.muxer == nullptr || known == nullptr) return false;
     AVOutputFormat const *const muxer = av_guess_format(format.muxer, nullptr, nullptr);
     if (muxer == nullptr || muxer->audio_codec == AV_CODEC_ID_NONE) return false;
+    if (format.name == "ts") // has no table to ask
+        return std::find(streamed.begin(), streamed.end(), known->id) != streamed.end();
     return avformat_query_codec(muxer, known->id, FF_COMPLIANCE_NORMAL) == 1;
 }
 
@@ -78,6 +85,11 @@ bool SoundCopy::addTo(AVFormatContext &video) {
     if (target == nullptr || avcodec_parameters_copy(target->codecpar, sound->codecpar) < 0) throw std::bad_alloc();
     target->codecpar->codec_tag = 0; // the container has its own
     target->time_base = sound->time_base;
+    AVCodecParameters const &parameters = *sound->codecpar;
+    bool const matroska = std::string_view(video.oformat->name).find("matroska") != std::string_view::npos ||
+                          std::string_view(video.oformat->name) == "webm";
+    if (matroska && parameters.codec_id == AV_CODEC_ID_OPUS && parameters.sample_rate > 0)
+        statedDelay = av_rescale_q(parameters.initial_padding, {1, parameters.sample_rate}, sound->time_base);
     return true;
 }
 
@@ -103,6 +115,21 @@ bool SoundCopy::read() {
     }
 }
 
+/// Leaves out the samples before the video where nothing is encoded, so that it holds in every container.
+void SoundCopy::cutToStart(AVPacket &packet) const {
+    AVCodecParameters const &form = *sound->codecpar;
+    bool const plain = std::string_view(avcodec_get_name(form.codec_id)).starts_with("pcm_");
+    int const sampleBytes = av_get_bits_per_sample(form.codec_id) / 8 * form.ch_layout.nb_channels;
+    if (!plain || sampleBytes <= 0 || packet.pts >= 0 || packet.pts + packet.duration <= 0) return;
+    std::int64_t const samples = av_rescale_q(-packet.pts, sound->time_base, {1, form.sample_rate});
+    std::int64_t const bytes = samples * sampleBytes;
+    if (bytes >= packet.size) return;
+    packet.data += bytes;
+    packet.size -= static_cast<int>(bytes);
+    packet.duration += packet.pts;
+    packet.pts = packet.dts = 0;
+}
+
 /// Times a packet from the video's start on. Returns whether it belongs to the video.
 bool SoundCopy::prepare() {
     AVPacket &packet = *ahead;
@@ -114,12 +141,9 @@ bool SoundCopy::prepare() {
     }
     packet.pts -= start;
     packet.dts -= start;
-    // Decoders need the packet before, where it can be trimmed, and so do those of Opus, whose delay is stated.
-    std::int64_t const delay =
-        sound->codecpar->sample_rate > 0
-            ? av_rescale_q(sound->codecpar->initial_padding, {1, sound->codecpar->sample_rate}, sound->time_base)
-            : 0;
-    std::int64_t const earliest = canBeginBefore ? -packet.duration * 3 / 2 : -delay;
+    cutToStart(packet);
+    // Decoders need the packet before the first, where what is too early of it is not played.
+    std::int64_t const earliest = canBeginBefore ? -packet.duration * 3 / 2 : -statedDelay;
     if (packet.pts < earliest || (lastDts != AV_NOPTS_VALUE && packet.dts <= lastDts)) return false;
     lastDts = packet.dts;
     packet.pos = -1;
@@ -130,6 +154,11 @@ av::Packet SoundCopy::next(std::int64_t end, AVRational unit) {
     if (ahead == nullptr && !read()) return nullptr;
     AVRational const inputUnit = input->streams[ahead->stream_index]->time_base;
     if (av_compare_ts(ahead->pts, inputUnit, end, unit) >= 0) return nullptr;
+#if LIBAVFORMAT_VERSION_MAJOR < 60
+    // Readers take the delay off; later versions add it themselves.
+    ahead->pts += statedDelay;
+    ahead->dts += statedDelay;
+#endif
     av_packet_rescale_ts(ahead.get(), inputUnit, target->time_base);
     ahead->stream_index = target->index;
     return std::move(ahead);

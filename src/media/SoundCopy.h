@@ -40,6 +40,7 @@ private:
     void findStreams();
     bool read();
     bool prepare();
+    void cutToStart(AVPacket &packet) const;
     void giveUp(std::string const &why);
 
     std::string output, file;
@@ -48,7 +49,8 @@ private:
     AVFormatContext *input = nullptr;
     AVStream *sound = nullptr; ///< null where there is none, or no more
     AVStream *target = nullptr;
-    std::int64_t start = 0; ///< of the video, in the unit of `sound`
+    std::int64_t start = 0;       ///< of the video, in the unit of `sound`
+    std::int64_t statedDelay = 0; ///< what a player leaves out, as the container says, in the unit of `sound`
     std::int64_t lastDts = AV_NOPTS_VALUE;
     av::Packet ahead; ///< read and not yet given
 };

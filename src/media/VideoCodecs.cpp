@@ -79,6 +79,7 @@ bool takes(OutputFormat const &format, VideoCodec const &codec) {
     if (muxer == "gif") return codec.name == "gif";
     if (muxer == "yuv4mpegpipe" || muxer == "rawvideo") return codec.name == "rawvideo";
     if (muxer == "image2pipe") return codec.name == "png" || codec.name == "mjpeg";
+    if (muxer == "mpegts") return codec.name == "h264" || codec.name == "h265";
     return avformat_query_codec(av_guess_format(format.muxer, nullptr, nullptr), codec.id, FF_COMPLIANCE_NORMAL) == 1;
 }
 
@@ -86,16 +87,18 @@ bool isLossless(OutputFormat const &format, VideoCodec const &codec, WriteSettin
     return (settings.lossless || codec.loss == Loss::Never) && !format.losslessCodec.empty();
 }
 
-/// H.264 takes RGB by an encoder of its own.
-char const *encoderName(VideoCodec const &codec, AVPixelFormat pixels) {
+/// H.264 takes RGB by an encoder of its own, and the writer of Y4M takes frames.
+char const *encoderName(OutputFormat const &format, VideoCodec const &codec, AVPixelFormat pixels) {
+    if (format.name == "y4m") return "wrapped_avframe";
     return codec.id == AV_CODEC_ID_H264 && pixels == AV_PIX_FMT_RGB24 ? "libx264rgb" : codec.encoder;
 }
 
-AVCodec const *encoderFor(std::string const &file, VideoCodec const &codec, AVPixelFormat pixels) {
-    AVCodec const *const encoder = avcodec_find_encoder_by_name(encoderName(codec, pixels));
+AVCodec const *encoderFor(std::string const &file, OutputFormat const &format, VideoCodec const &codec,
+                          AVPixelFormat pixels) {
+    char const *const name = encoderName(format, codec, pixels);
+    AVCodec const *const encoder = avcodec_find_encoder_by_name(name);
     if (encoder == nullptr)
-        throw Exception("'" + file + "' can't be written: this build of FFmpeg has no encoder " +
-                        encoderName(codec, pixels));
+        throw Exception("'" + file + "' can't be written: this build of FFmpeg has no encoder " + name);
     return encoder;
 }
 
@@ -250,7 +253,7 @@ std::string whyNotEncoded(std::string const &file, OutputFormat const &format, W
     }
     try {
         bool const rgb = isLossless(format, *codec, settings) && settings.pixelFormat.empty();
-        AVCodec const *const encoder = encoderFor(file, *codec, rgb ? codec->rgb : codec->usual);
+        AVCodec const *const encoder = encoderFor(file, format, *codec, rgb ? codec->rgb : codec->usual);
         return settings.pixelFormat.empty() ? "" : whyNotPixelFormat(*encoder, settings);
     } catch (Exception const &error) {
         return error.what();
@@ -263,7 +266,7 @@ av::Codec openEncoder(std::string const &file, OutputFormat const &format, Write
     VideoCodec const &chosen = *codecOf(format, settings);
     AVPixelFormat const pixels = encodedFormat(format, chosen, settings, form.frames);
     if (pixels == none) failOfAlpha(file);
-    AVCodec const *const encoder = encoderFor(file, chosen, pixels);
+    AVCodec const *const encoder = encoderFor(file, format, chosen, pixels);
     av::Codec codec(avcodec_alloc_context3(encoder));
     if (!codec) throw std::bad_alloc();
     codec->width = form.frames.width;

@@ -149,8 +149,9 @@ TEST_F(Outputs, KeepTheRateOfTheirSource) {
             ASSERT_EQ(shown.size(), std::size_t(count)) << name << " " << text;
             for (std::size_t frame = 0; frame < count; frame++)
                 EXPECT_NEAR(shown[frame] - shown[0], double(frame) / rate.value(), 0.001) << name << " " << text;
-            if (std::string(name).ends_with("ts") || std::string(name).ends_with("y4m")) continue;
+            if (std::string(name).ends_with("ts")) continue;
             EXPECT_EQ(shown[0], 0) << name;
+            if (std::string(name).ends_with("nut")) continue; // it holds no durations
             EXPECT_NEAR(std::stod(probe(folder / name, "format=duration").at(0)), count / rate.value(), 0.0015) << name;
             if (std::string(name).ends_with("mp4")) {
                 EXPECT_EQ(probe(folder / name, "stream=avg_frame_rate,nb_frames").at(0), text + ",9");
@@ -215,7 +216,7 @@ std::vector<std::pair<double, std::string>> soundOf(std::string const &file) {
 TEST_F(Outputs, CopyTheSoundOfTheirFrames) {
     for (auto const &[name, encoder, codec, target] : {std::tuple("c.mp4", "aac", "aac", "v.mp4"),
                                                        {"c.mp4", "aac", "aac", "v.mkv"},
-                                                       {"c.mp4", "aac", "aac", "v.ts"},
+                                                       {"c.mkv", "libmp3lame", "mp3", "v.ts"},
                                                        {"c.mkv", "libopus", "opus", "v.webm"},
                                                        {"c.mov", "pcm_s16le", "pcm_s16le", "v.avi"},
                                                        {"c.mkv", "libmp3lame", "mp3", "v.mp4"}})
@@ -226,19 +227,18 @@ TEST_F(Outputs, CopyTheSoundOfTheirFrames) {
             auto const source = soundOf(folder / name), copied = soundOf(out);
             ASSERT_GT(copied.size(), 3u) << what;
             double const shift = frameTimes(out).at(0) - frameTimes(folder / name).at(std::size_t(first));
-            std::size_t at = 0;
-            while (at < source.size() && source[at].second != copied[0].second) at++;
-            for (std::size_t packet = 0; packet < copied.size(); packet++) {
-                ASSERT_LT(at + packet, source.size()) << what;
-                ASSERT_EQ(copied[packet].second, source[at + packet].second) << what << ", packet " << packet;
-                ASSERT_NEAR(copied[packet].first, source[at + packet].first + shift, 0.0021) << what;
+            std::size_t at = 1; // of the first, the samples before the video may be cut off
+            while (at < source.size() && source[at].second != copied[1].second) at++;
+            ASSERT_LE(at - 1 + copied.size(), source.size()) << what;
+            for (std::size_t packet = 1; packet < copied.size(); packet++) {
+                auto const &[time, hash] = source[at - 1 + packet];
+                ASSERT_EQ(copied[packet].second, hash) << what << ", packet " << packet;
+                ASSERT_NEAR(copied[packet].first, time + shift, 0.0021) << what;
             }
-            double const longest = 0.06, begin = first * 0.1 - shift, end = last * 0.1;
-            EXPECT_LT(source[at].first, begin + longest + shift) << what;
-            EXPECT_LT(source[at + copied.size() - 1].first, end) << what;
-            if (last < 20) {
-                EXPECT_GT(source[at + copied.size() - 1].first, end - 2 * longest) << what;
-            }
+            double const longest = 0.06, begin = frameTimes(folder / name).at(0);
+            EXPECT_LT(source[at - 1].first, begin + first * 0.1 + longest) << what;
+            double const end = begin + last * 0.1, lastPacket = source[at + copied.size() - 2].first;
+            EXPECT_TRUE(lastPacket < end && lastPacket > std::min(end, 2.0) - 2 * longest) << what << " " << lastPacket;
             expectParts(forecast(file(target), info).notes.at(0), {"takes frame rate 10 and times from '" + info.path +
                                                                    "', and copies its sound (" + codec + ")"});
         }
@@ -290,7 +290,7 @@ TEST_F(Outputs, StateTheirColoursAndPixelAspect) {
                       "3:2,tv," + std::string(matrix) + ",bt709,bt709")
                 << name;
             std::string const pixels = shell("ffmpeg -v error -i " + (folder / name) +
-                                             " -vf scale=flags=accurate_rnd -pix_fmt rgb24 -f rawvideo - | head -c 3");
+                                             " -vf scale=flags=accurate_rnd -pix_fmt rgb24 -frames:v 1 -f rawvideo -");
             for (std::size_t c = 0; c < 3; c++)
                 EXPECT_NEAR(static_cast<unsigned char>(pixels.at(c)), colour[int(c)], 3) << name << ", channel " << c;
         }
@@ -422,7 +422,7 @@ TEST_F(Outputs, AreEncodedAsAsked) {
           {"v.mov", Options{{"codec", "prores"}}, "prores,yuv422p10le"},
           {"v.avi", Options{{"codec", "mjpeg"}}, "mjpeg,yuvj444p"},
           {"v.avi", Options{{"codec", "mjpeg"}, {"quality", 70}}, "mjpeg,yuvj420p"},
-          {"v.mkv", Options{{"codec", "png"}}, "png,rgb24"},
+          {"v.mov", Options{{"codec", "png"}}, "png,rgb24"},
           {"v.mkv", Options{{"codec", "ffv1"}}, "ffv1,bgr0"},
           {"v.mp4", Options{{"pixelFormat", "yuv444p"}}, "h264,yuv444p"},
           {"v.mp4", Options{{"bitRate", 100}}, "h264,yuv420p"}}) {

@@ -3,6 +3,7 @@
 import dataclasses
 import os
 import pathlib
+import re
 import resource
 import signal
 import socket
@@ -43,6 +44,8 @@ class Broken:
         trial.says("\n".join(errors), self.says)
         trial.expect(len(ended.stderr) < 2000, f"{len(ended.stderr)} characters of messages")
         left = {file.name for file in trial.folder.rglob("*") if not file.name.startswith("description-")} - before
+        named = {name for name in left if name.endswith(".part") and name in ended.stderr}  # what was encoded, kept
+        left -= named
         trial.expect(left <= set(self.left), f"left behind: {sorted(left - set(self.left))}")
         trial.expect(set(self.left) <= left, f"missing: {sorted(set(self.left) - left)}")
         if self.after:
@@ -124,6 +127,10 @@ def noise_film(trial):
     trial.ffmpeg("-f", "rawvideo", "-pix_fmt", "rgb24", "-s", "160x120", "-i", "noise.rgb", "-c:v", "ffv1", "a.mkv")
 
 
+def noisy(file):
+    return both(filmed(file), flipped_bytes(file, 0.45, 0.5))
+
+
 def whole(file, count=None):
     """The file can be read to its end."""
     def check(trial):
@@ -168,8 +175,8 @@ def paths():
         Broken("nothing there, but something like it", saved("photo.png"), copier("phto.png", "out.png"),
                ("phto\\.png", "photo\\.png"), quick=True),
         Broken("no such folder", saved("photo.png"), copier("photos/photo.png", "out.png"), ("photos",)),
-        Broken("an empty folder", lambda trial: (trial.folder / "in").mkdir(), copier("in", "out/{stem}.png"),
-               ("'in/?'",)),
+        Broken("an empty folder", lambda trial: (trial.folder / "in").mkdir(), copier("in", "{stem}.png"),
+               ("'in/?'", "pictures")),
         Broken("a glob that fits nothing", saved("photo.png"), copier("*.jpg", "{stem}.png"), ("\\*\\.jpg",)),
         Broken("a gap in a sequence", numbered(1, 2, 5), copier("f%03d.png", "out-{number}.png"),
                ("f003\\.png", "f005\\.png|\\b5\\b")),
@@ -201,7 +208,6 @@ def paths():
 
 def films():
     cut_film = both(filmed("a.mkv"), keep_part("a.mkv", 0.5))
-    noisy = both(filmed("a.mkv", *video(seconds=2), "-c:v", "mjpeg", "-q:v", "3"), flipped_bytes("a.mkv", 0.45, 0.5))
     copy = copier("a.mkv", "out.mkv")
     return [
         Broken("an MP4 without its end", both(filmed("a.mp4"), keep_part("a.mp4", 0.5)), copier("a.mp4", "out.mkv"),
@@ -210,8 +216,9 @@ def films():
                                                                     keep_part("a.mp4", 0.6)),
                copier("a.mp4", "out.mkv"), ("a\\.mp4",), ("out.mkv",), after=early("out.mkv", 60)),
         Broken("a Matroska without its end", cut_film, copy, ("a\\.mkv",), ("out.mkv",), after=early("out.mkv", 60)),
-        Broken("noise in the middle of a film", noisy, copy, ("a\\.mkv", "--damaged|damaged"), ("out.mkv",),
-               after=early("out.mkv", 60), quick=True),
+        *(Broken(f"noise in the middle of a film, {ending}", noisy(f"a.{ending}"), copier(f"a.{ending}", "out.mkv"),
+                 (f"a\\.{ending}", "damaged"), ("out.mkv",), after=early("out.mkv", 60), quick=ending == "mp4")
+          for ending in ("mp4", "mkv", "ts")),
         Broken("an empty film", wrote("a.mp4", b""), copier("a.mp4", "out.mkv"), ("a\\.mp4",)),
         Broken("a text under the name of a film", wrote("a.mkv", b"This is a text.\n" * 400), copy, ("a\\.mkv",)),
         Broken("sound alone", filmed("a.m4a", *sound(), *aac), copier("a.m4a", "out.mkv"), ("a\\.m4a",)),
@@ -233,13 +240,11 @@ class Tolerated:
     quick: bool = False
 
     def run(self, trial):
-        if self.share:
-            both(filmed("a.mkv"), keep_part("a.mkv", self.share))(trial)
-        else:
-            both(filmed("a.mkv", *video(seconds=2), "-c:v", "mjpeg", "-q:v", "3"),
-                 flipped_bytes("a.mkv", 0.45, 0.5))(trial)
-        said = trial.run(copier("a.mkv", "out.mkv", {"damaged": self.damaged}))
-        trial.says(said, ("a\\.mkv",))
+        prepare = both(filmed("a.mkv"), keep_part("a.mkv", self.share)) if self.share else noisy("a.mp4")
+        prepare(trial)
+        source = "a.mkv" if self.share else "a.mp4"
+        said = trial.run(copier(source, "out.mkv", {"damaged": self.damaged}))
+        trial.says(said, (source, "damage|cut|end"))
         count = len(frames_of(trial, "out.mkv"))
         trial.expect(self.expected[0] <= count <= self.expected[1], f"{count} frames, not {self.expected}")
 
@@ -252,16 +257,17 @@ def outputs():
                ("out\\.mkv",), settings=limited_files(150_000), quick=True),
         Broken("a disk that is full in a picture", noise_film, many, ("out-0\\.png|out-\\d+\\.png",),
                settings=limited_files(20_000)),
-        Broken("a size that the codec can't take", filmed("a.mkv", *video(size="16x3", filters=",format=gray"), "-c:v",
-                                                          "ffv1"),
-               copier("a.mkv", "out.mp4", writing={"codec": "h264_v4l2m2m"}), ("out\\.mp4",)),
+        Broken("a size that a WebP can't take", lambda trial: Image.new("RGB", (17000, 2)).save(trial.path("a.png")),
+               copier("a.png", "out.webp"), ("out\\.webp", "17000|16383")),
+        Broken("a size that H.264 can't take", lambda trial: Image.new("RGB", (20000, 2)).save(trial.path("a.png")),
+               copier("a.png", "out.mp4"), ("out\\.mp4", "20000|16384")),
         Broken("frames of two sizes for one film", both(saved("f0.png"), lambda trial: colour().resize((20, 30)).save(
             trial.path("f1.png"))), copier("f%d.png", "out.mp4"), ("out\\.mp4", "tick 1", "20"),
             ("out.mp4",), after=whole("out.mp4", 1)),
         Broken("two ticks for one picture", numbered(0, 1), copier("f%03d.png", "out.png"), ("out\\.png",),
                ("out.png",)),
         ClosedPipe("a pipe that closes early"),
-        SmallDisk("a disk of 64 KiB"),
+        SmallDisk("a disk of 128 KiB"),
     ]
 
 
@@ -278,7 +284,7 @@ class ClosedPipe:
         taker.stdin.close()
         taker.wait()
         trial.equal("exit status", ended.returncode, 1)
-        trial.says(ended.stderr, ("closed|pipe|Broken",))
+        trial.says(ended.stderr, ("ended",))
 
 
 @dataclasses.dataclass
@@ -304,12 +310,12 @@ class SmallDisk:
         trial.equal("exit status", ended.returncode, 1)
         trial.says(ended.stderr.decode(), ("disk/out-\\d\\.png", "[Nn]o space"))
         left = ended.stdout.decode().split()
-        trial.equal("files", left, [f"out-{place}.png" for place in range(len(left))])
-        trial.expect(left, "nothing is left of what fitted")
+        trial.expect("out-0.png" in left, f"what fitted is not left: {left}")
+        trial.expect(all(re.fullmatch(r"out-\d+\.png", name) for name in left), f"left behind: {left}")
 
 
 def rows():
     return [*pictures(), *paths(), *films(), *outputs(),
             Tolerated("a film without its end, damaged: stop", "stop", (10, 45), 0.5),
             Tolerated("noise in a film, damaged: stop", "stop", (10, 45)),
-            Tolerated("noise in a film, damaged: skip", "skip", (50, 59), quick=True)]
+            Tolerated("noise in a film, damaged: skip", "skip", (40, 59), quick=True)]

@@ -2,9 +2,10 @@
 
 import dataclasses
 
-from tools import compare_frames, copier, frames_of, probe, writer
+from tools import bare_frames, compare_frames, copier, frames_of, probe, writer
 
 exact = {"lossless": True}
+bare = {"container": "rawvideo", "times": "constant", "audio": "none"}  # nothing but the bytes of the frames
 odd_delays = "setpts='(floor(N/3)*5+mod(N,3))/30/TB'"  # frames 1/30 s apart, and a longer pause after each third
 
 
@@ -49,19 +50,20 @@ class Clip:
         self.prepare(trial)
         # Beside its result the run writes down what it saw.
         nodes = copier(self.source, self.written, self.reading, self.writing)
-        nodes.append(writer("seen.mkv", "seen", lossless=True, audio="none"))
+        nodes.append(writer("seen.rgb", "seen", **bare))
         said = trial.run(nodes, *self.words)
         trial.says(said, self.says)
-        self.compare(trial, probe(trial, self.source), probe(trial, self.written))
+        result = probe(trial, self.written)
+        self.compare(trial, probe(trial, self.source), result)
         if self.pixels:
-            self.compare_pixels(trial)
+            self.compare_pixels(trial, result.size)
 
     def compare(self, trial, source, result):
         wanted = dataclasses.replace(source, **self.differs)
         for what in ("size", "count", "sound", "aspect", *[key for key in self.differs if key in ("codec",
                                                                                               "pixel_format")]):
             trial.equal(what, getattr(result, what), getattr(wanted, what))
-        if "rate" not in self.differs or wanted.rate is not None:
+        if wanted.rate is not None:
             trial.near("rate", result.rate, wanted.rate, 0.02 * wanted.rate)
         trial.near("duration", result.duration, wanted.duration, 0.05)
         trial.near("duration of the sound", result.sound_duration, wanted.sound_duration, 0.06)
@@ -71,12 +73,12 @@ class Clip:
             late = max((abs(a - b) for a, b in zip(result.times, wanted.times)), default=0)
             trial.expect(late <= self.time_error, f"a frame is {late:.4f} s off: {result.times} {wanted.times}")
 
-    def compare_pixels(self, trial):
-        seen = frames_of(trial, "seen.mkv")
+    def compare_pixels(self, trial, size):
+        seen = bare_frames(trial, "seen.rgb", size)
         compare_frames(trial, "the frames as read", seen, self.shown(trial, seen), 0.75)
         compare_frames(trial, "the frames as written", frames_of(trial, self.written), seen, self.loss)
-        trial.run(copier(self.written, "again.mkv", writing={**exact, "audio": "none"}))
-        compare_frames(trial, "the frames read again", frames_of(trial, "again.mkv"), seen, self.loss)
+        trial.run(copier(self.written, "again.rgb", writing=bare))
+        compare_frames(trial, "the frames read again", bare_frames(trial, "again.rgb", size), seen, self.loss)
 
     def shown(self, trial, seen):
         before = ["-noautorotate"] if self.reading.get("orientation") == "keep" else []
@@ -89,9 +91,9 @@ class Clip:
 class Deinterlaced(Clip):
     """Motion combs are gone: neighbouring rows look alike as they do in the film before it was interlaced."""
 
-    def compare_pixels(self, trial):
+    def compare_pixels(self, trial, size):
         combs = [sum(abs(frame[1:-1].astype(int) * 2 - frame[:-2] - frame[2:]).mean() for frame in frames) / len(frames)
-                 for frames in (frames_of(trial, self.source), frames_of(trial, "seen.mkv"))]
+                 for frames in (frames_of(trial, self.source), bare_frames(trial, "seen.rgb", size))]
         trial.expect(combs[1] < 0.7 * combs[0], f"combs are left: {combs[1]:.2f} of {combs[0]:.2f}")
 
 
@@ -121,8 +123,11 @@ def rotated(degrees):
 
 
 def rows():
-    interlaced = [*video(50, filters=",tinterlace=interleave_top,fieldorder=tff"), "-c:v", "libx264", "-flags",
+    # Upright stripes that run to the left.
+    moving = "testsrc2=size=96x64:rate=50:duration=1,gblur=sigma=1:sigmaV=30,scroll=horizontal=0.08"
+    interlaced = ["-f", "lavfi", "-i", moving + ",tinterlace=interleave_top,fieldorder=tff", "-c:v", "libx264", "-flags",
                   "+ildct+ilme", "-x264opts", "tff=1", "-pix_fmt", "yuv420p", "-top", "1"]
+    uneven = {"rate": None}  # what a container states as the rate depends on how it averages
     varied = [*video(filters=f",{odd_delays}"), "-vsync", "vfr"]
     dull = {"sound": None, "sound_duration": 0.0, "start_gap": 0.0}
     return [
@@ -136,7 +141,8 @@ def rows():
         Clip("VP9 and Opus in WebM", "a.webm", [*video(25), *sound(), "-c:v", "libvpx-vp9", "-deadline", "realtime",
                                                 "-cpu-used", "8", "-c:a", "libopus"]),
         Clip("Vorbis to Matroska", "a.mkv", [*video(), *sound(), *x264, "-c:a", "libvorbis"], "written.mkv"),
-        Clip("MPEG-4 and MP3 in AVI", "a.avi", [*video(), *sound(), "-c:v", "mpeg4", "-q:v", "3", "-c:a", "libmp3lame"]),
+        Clip("MPEG-4 and MP3 in AVI", "a.avi", [*video(), *sound(), "-c:v", "mpeg4", "-q:v", "3", "-c:a", "libmp3lame"],
+             differs=uneven),  # the file leaves out a frame
         Clip("MPEG-2 and MP2 in a program stream", "a.mpg", [*video(25), *sound(), "-c:v", "mpeg2video", "-q:v", "3",
                                                              "-c:a", "mp2"], "written.mkv"),
         Clip("a transport stream that begins at 1.4 s", "a.ts", talking),
@@ -148,7 +154,7 @@ def rows():
         Clip("ProRes", "a.mov", [*video(), "-c:v", "prores_ks"], "written.mov", writing={"codec": "prores"},
              differs={"codec": "prores"}, says=("10 bits",)),
         Clip("QuickTime Animation with alpha", "a.mov", [*video(filters=",format=argb"), "-c:v", "qtrle"],
-             says=("alpha",)),
+             says=("alpha",), loss=14),
         Clip("grey FFV1 of three rows", "a.mkv", [*video(size="16x3", filters=",format=gray"), "-c:v", "ffv1"],
              "written.mkv", writing=exact, loss=0),
         Clip("RGB to the bit through FFV1", "a.mkv", [*video(filters=",format=gbrp"), "-c:v", "ffv1"], "written.mkv",
@@ -162,16 +168,19 @@ def rows():
         Clip("turned by 90 degrees, and kept", "a.mp4", rotated(90), reading={"orientation": "keep"},
              differs={"size": (96, 64)}),
         Clip("pixels wider than high", "a.mp4", [*video(filters=",setsar=4/3"), *x264]),
-        Clip("a variable rate from MP4 to MP4", "a.mp4", [*varied, "-video_track_timescale", "30k", *x264]),
-        Clip("a variable rate to Matroska", "a.mp4", [*varied, "-video_track_timescale", "30k", *x264], "written.mkv"),
-        Clip("a variable rate from Matroska", "a.mkv", [*varied, *sound(), *x264, "-c:a", "aac"]),
+        Clip("a variable rate from MP4 to MP4", "a.mp4", [*varied, "-video_track_timescale", "30k", *x264],
+             differs=uneven),
+        Clip("a variable rate to Matroska", "a.mp4", [*varied, "-video_track_timescale", "30k", *x264], "written.mkv",
+             differs=uneven),
+        Clip("a variable rate from Matroska", "a.mkv", [*varied, *sound(), *x264, "-c:a", "aac"],
+             differs=uneven),
         Clip("an edit list after a cut without encoding", "a.mp4",
              [[*talking, "-g", "30", "-bf", "2"], ["-ss", "0.4", "-i", "{0}", "-c", "copy"]]),
         CutInTheMiddle("a transport stream from its middle", "a.ts",
                        [*video(seconds=3), *sound(3), *x264, "-g", "15", *aac]),
         LyingHeader("a header that states too many frames", "a.avi", [*video(), "-c:v", "mjpeg", "-q:v", "3"]),
         Clip("a GIF with delays", "a.gif", [*video(10), "-vf", "setpts='(N+floor(N/2))/10/TB'", "-vsync", "vfr"],
-             time_error=0.011),
+             time_error=0.011, differs=uneven, loss=14),
         Clip("a GIF to a GIF", "a.gif", [*video(10)], "written.gif", loss=30, time_error=0.011),
         Clip("an animated PNG", "a.apng", [*video(10), "-f", "apng", "-plays", "0"]),
         Clip("interlaced frames, left as they are", "a.mp4", interlaced, says=("interlaced", "deinterlace")),
@@ -190,11 +199,12 @@ def rows():
 
 
 class Unsayable(Clip):
-    """The format can't hold it: an error in words, and no file."""
+    """The format can't hold it: an error in words, and a file of what it can hold, or none."""
 
     def run(self, trial):
         self.prepare(trial)
         ended = trial.zun(copier(self.source, self.written))
         trial.equal("exit status", ended.returncode, 1)
         trial.says(ended.stderr, (self.written, *self.says))
-        trial.expect(not (trial.folder / self.written).exists(), f"'{self.written}' is there")
+        if (trial.folder / self.written).exists():
+            probe(trial, self.written)

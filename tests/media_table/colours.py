@@ -4,7 +4,8 @@ import dataclasses
 
 import numpy
 
-from tools import compare_frames, copier, distance, frames_of, probe, reader, writer
+from clips import bare
+from tools import bare_frames, compare_frames, copier, distance, frames_of, probe, reader, writer
 
 # The colour tag of a file, FFmpeg's name for it in its scaler, and its primaries.
 matrices = {"bt709": "bt709", "smpte170m": "smpte170m", "bt470bg": "bt470", "bt2020nc": "bt2020"}
@@ -43,10 +44,9 @@ class Colours:
 
     def run(self, trial):
         self.prepare(trial)
-        nodes = copier("a.mkv", "seen.mkv", writing={"lossless": True})
-        trial.run(nodes)
+        trial.run(copier("a.mkv", "seen.rgb", writing=bare))
         wanted = frames_of(trial, "a.mkv", matrices[self.matrix or self.assumed], self.range == "pc")
-        compare_frames(trial, "RGB", frames_of(trial, "seen.mkv"), wanted)
+        compare_frames(trial, "RGB", bare_frames(trial, "seen.rgb", self.size), wanted)
 
 
 @dataclasses.dataclass
@@ -78,8 +78,8 @@ class Written:
                             "stream=pix_fmt,color_range,color_space", self.written).decode()
         trial.expect("unknown" not in stated or "yuv" not in stated, f"the file states its colours as {stated.strip()}")
         # ffplay and others convert as stated; zun has to agree with them.
-        trial.run(copier(self.written, "again.mkv", writing={"lossless": True}))
-        for what, frames in (("FFmpeg", frames_of(trial, self.written)), ("zun", frames_of(trial, "again.mkv"))):
+        trial.run(copier(self.written, "again.rgb", writing=bare))
+        for what, frames in (("FFmpeg", frames_of(trial, self.written)), ("zun", bare_frames(trial, "again.rgb", self.size))):
             for place, colour in enumerate(colours):
                 patch = frames[-1][8:-8, place * wide + 8:(place + 1) * wide - 8]
                 worst = distance(patch, numpy.broadcast_to(numpy.uint8(colour), patch.shape))[1]

@@ -34,6 +34,15 @@ def grey16():
     return Image.fromarray((pattern()[:, :, 0] * 257.0 + 3).clip(0, 65535).astype(numpy.uint16))
 
 
+def grey16_as_bytes():
+    return numpy.dstack([pattern()[:, :, 0]] * 3)
+
+
+def pgm16(file):
+    with open(file, "wb") as out:
+        out.write(b"P5 40 60 65535\n" + numpy.array(grey16()).astype(">u2").tobytes())
+
+
 def oriented(value):
     exif = Image.Exif()
     exif[0x0112] = value
@@ -63,7 +72,9 @@ class Picture:
         if self.truth is not None:
             return [self.truth()]
         with Image.open(trial.path(self.file)) as picture:
-            upright = picture if self.reading.get("orientation") == "keep" else ImageOps.exif_transpose(picture)
+            # Pillow itself turns a TIFF as it loads it.
+            as_stored = self.reading.get("orientation") == "keep" or picture.format == "TIFF"
+            upright = picture if as_stored else ImageOps.exif_transpose(picture)
             return [numpy.array(upright.convert("RGB"))]
 
     def run(self, trial):
@@ -110,14 +121,16 @@ class WrittenPicture:
             picture.load()
             trial.equal("mode", picture.mode, self.mode)
             wanted = numpy.array(colour().convert("L" if self.grey else "RGB"))
-            worst = distance(numpy.array(picture.convert("L" if self.grey else "RGB")), wanted)[1]
-            trial.expect(worst <= self.most + self.grey, f"a pixel differs by {worst}")
+            self.judge(trial, "", numpy.array(picture.convert("L" if self.grey else "RGB")), wanted)
             if self.check:
                 self.check(trial, picture)
         trial.run(copier(self.file, "again.png"))
         again = numpy.array(Image.open(trial.path("again.png")).convert("RGB"))
-        worst = distance(again, numpy.dstack([wanted] * 3) if self.grey else wanted)[1]
-        trial.expect(worst <= self.most + self.grey, f"read again, a pixel differs by {worst}")
+        self.judge(trial, "read again, ", again, numpy.dstack([wanted] * 3) if self.grey else wanted)
+
+    def judge(self, trial, when, found, wanted):
+        mean, worst = distance(found, wanted)
+        trial.expect(worst <= self.most + self.grey and mean <= 2.5, f"{when}pixels differ by {mean} to {worst}")
 
 
 @dataclasses.dataclass
@@ -193,7 +206,7 @@ def tiffs():
         Picture("TIFF, palette", "a.tif", save(lambda: colour().quantize(32))),
         Picture("TIFF, alpha", "a.tif", save(with_alpha), lambda: pattern(), says=("alpha",)),
         Picture("TIFF, CMYK", "a.tif", save(lambda: colour().convert("CMYK")), most=2),
-        Picture("TIFF, 16-bit grey", "a.tif", save(grey16), lambda: numpy.dstack([pattern()[:, :, 0]] * 3), most=1,
+        Picture("TIFF, 16-bit grey", "a.tif", save(grey16), grey16_as_bytes, most=1,
                 says=("16 bits",)),
         Picture("TIFF of ImageMagick, big-endian", "a.tif", magick("-endian", "MSB")),
         Picture("TIFF of ImageMagick, 16 bits", "a.tif", magick("-depth", "16"), pattern, most=1, says=("16 bits",)),
@@ -224,7 +237,7 @@ def pngs():
         Picture("PNG, alpha", "a.png", save(with_alpha), pattern, says=("alpha",), quick=True),
         Picture("PNG, grey and alpha", "a.png", save(lambda: grey_alpha),
                 lambda: numpy.array(colour().convert("L").convert("RGB")), says=("alpha",)),
-        Picture("PNG, 16-bit grey", "a.png", save(grey16), lambda: numpy.dstack([pattern()[:, :, 0]] * 3), most=1,
+        Picture("PNG, 16-bit grey", "a.png", save(grey16), grey16_as_bytes, most=1,
                 says=("16 bits",)),
         Picture("PNG, 16-bit colour", "a.png", [convert, "pattern.png", "-depth", "16", "PNG48:{}"], pattern, most=1,
                 says=("16 bits",)),
@@ -236,26 +249,25 @@ def pngs():
 
 def jpegs():
     return [
-        *(Picture(f"JPEG of EXIF orientation {value}", "a.jpg", save(colour, quality=95, exif=oriented(value)), most=6,
+        *(Picture(f"JPEG of EXIF orientation {value}", "a.jpg", save(colour, quality=95, exif=oriented(value)),
                   quick=value == 6) for value in range(1, 9)),
-        Picture("JPEG of EXIF orientation 6, kept", "a.jpg", save(colour, quality=95, exif=oriented(6)), most=6,
+        Picture("JPEG of EXIF orientation 6, kept", "a.jpg", save(colour, quality=95, exif=oriented(6)),
                 reading={"orientation": "keep"}),
         Picture("PNG of EXIF orientation 8", "a.png", save(colour, exif=oriented(8))),
         Picture("WebP of EXIF orientation 5", "a.webp", save(colour, lossless=True, exif=oriented(5))),
-        Picture("JPEG, 4:4:4", "a.jpg", save(colour, quality=95, subsampling=0), most=3),
-        Picture("JPEG, progressive", "a.jpg", save(colour, quality=95, progressive=True), most=6),
-        Picture("JPEG, grey", "a.jpg", save(lambda: colour().convert("L"), quality=95), most=2),
-        Picture("JPEG, CMYK", "a.jpg", save(lambda: colour().convert("CMYK"), quality=95), most=10),
-        Picture("JPEG of ImageMagick in RGB", "a.jpg", magick("-colorspace", "sRGB", "-sampling-factor", "4:2:2"),
-                most=8),
-        Picture("JPEG under the name of a PNG", "a.png", lambda file: colour().save(file, "JPEG", quality=95), most=6),
+        Picture("JPEG, 4:4:4", "a.jpg", save(colour, quality=95, subsampling=0)),
+        Picture("JPEG, progressive", "a.jpg", save(colour, quality=95, progressive=True)),
+        Picture("JPEG, grey", "a.jpg", save(lambda: colour().convert("L"), quality=95)),
+        Picture("JPEG, CMYK", "a.jpg", save(lambda: colour().convert("CMYK"), quality=95)),
+        Picture("JPEG of ImageMagick in RGB", "a.jpg", magick("-colorspace", "sRGB", "-sampling-factor", "4:2:2")),
+        Picture("JPEG under the name of a PNG", "a.png", lambda file: colour().save(file, "JPEG", quality=95)),
     ]
 
 
 def others():
     return [
         Picture("WebP, lossless", "a.webp", save(colour, lossless=True)),
-        Picture("WebP, with loss", "a.webp", save(colour, quality=95), most=12),
+        Picture("WebP, with loss", "a.webp", save(colour, quality=95), most=20),
         Picture("WebP, alpha", "a.webp", save(with_alpha, lossless=True, exact=True), pattern, says=("alpha",)),
         Picture("AVIF", "a.avif", ["ffmpeg", "-v", "error", "-i", "pattern.png", "-frames:v", "1", "-c:v", "libaom-av1",
                                    "-still-picture", "1", "-crf", "8", "-cpu-used", "8", "-pix_fmt", "yuv444p",
@@ -265,8 +277,7 @@ def others():
         Picture("BMP of a palette", "a.bmp", save(lambda: colour().quantize(16))),
         Picture("PPM", "a.ppm", save(colour)),
         Picture("PGM", "a.pgm", save(lambda: colour().convert("L"))),
-        Picture("PGM, 16 bits", "a.pgm", magick("-colorspace", "gray", "-depth", "16"),
-                lambda: numpy.array(colour().convert("L").convert("RGB")), most=2, says=("16 bits",)),
+        Picture("PGM, 16 bits", "a.pgm", pgm16, grey16_as_bytes, most=1, says=("16 bits",)),
         Picture("Targa", "a.tga", save(colour)),
     ]
 
@@ -285,7 +296,7 @@ def written():
         WrittenPicture("a.png", {"pngLevel": 9}),
         WrittenPicture("a.jpg", {"quality": 98}, most=6),
         WrittenPicture("a.jpg", {"quality": 90}, most=16, grey=True, mode="L"),
-        WrittenPicture("a.webp", {"quality": 95}, most=24),
+        WrittenPicture("a.webp", {"quality": 95}, most=120),
         WrittenPicture("a.webp", {"lossless": True}),
         Qualities("jpg", "quality of a JPEG"),
         Qualities("webp", "quality of a WebP"),

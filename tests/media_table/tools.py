@@ -125,17 +125,17 @@ def probe(trial, file):
         raise Fault(f"{file} holds no video: {said['streams']}")
     times = [number(part.get("pts_time"), number(part.get("best_effort_timestamp_time"), 0)) for part in pictures]
     last = number(pictures[-1].get("pkt_duration_time"), 0) if pictures else 0
-    ends = [number(part.get("pts_time"), 0) + number(part.get("duration_time"), 0) for part in sounds]
-    begins = [number(part.get("pts_time"), 0) for part in sounds]
+    first = times[0] if times else 0
+    spans = [(number(part.get("pts_time"), 0), number(part.get("duration_time"), 0)) for part in sounds]
+    heard = [(begin, begin + length) for begin, length in spans if begin + length > first]  # beside pictures
     width, height = video["width"], video["height"]
     ratio = video.get("sample_aspect_ratio", "1:1").replace(":", "/")
     rate = fractions.Fraction(video["avg_frame_rate"]) if not video["avg_frame_rate"].endswith("/0") else 0
-    first = times[0] if times else 0
     return Facts((height, width) if rotation(video) % 180 else (width, height), len(times), float(rate),
                  [time - first for time in times], times[-1] - first + last if times else 0,
-                 audio["codec_name"] if audio else None, max(ends) - min(begins) if ends else 0,
+                 audio["codec_name"] if audio else None, heard[-1][1] - heard[0][0] if heard else 0,
                  fractions.Fraction(ratio) if not ratio.startswith("0") else fractions.Fraction(1),
-                 video["codec_name"], video["pix_fmt"], begins[0] - first if begins else 0)
+                 video["codec_name"], video["pix_fmt"], heard[0][0] - first if heard else 0)
 
 
 def frames_of(trial, file, matrix=None, full=None, before=()):
@@ -148,6 +148,14 @@ def frames_of(trial, file, matrix=None, full=None, before=()):
     packed = trial.make("ffmpeg", "-v", "error", "-nostdin", *before, "-i", str(file), "-map", "0:v:0", "-vsync",
                         "passthrough", "-vf", f"{scale},format=rgb24", "-f", "image2pipe", "-c:v", "ppm", "-")
     return split_ppm(packed)
+
+
+def bare_frames(trial, file, size):
+    """Frames of raw RGB bytes; size is (width, height)."""
+    pixels = numpy.fromfile(trial.folder / file, numpy.uint8)
+    if pixels.size % (size[0] * size[1] * 3):
+        raise Fault(f"'{file}' has {pixels.size} bytes, which are no whole frames of {size}")
+    return list(pixels.reshape(-1, size[1], size[0], 3))
 
 
 def split_ppm(packed):
