@@ -2,6 +2,7 @@
 
 #include <array>
 #include <new>
+#include <utility>
 
 #include "containers/Exception.h"
 
@@ -72,30 +73,41 @@ Frame makeFrame(int width, int height, AVPixelFormat format) {
     return frame;
 }
 
-void convertInto(AVFrame const &source, AVPixelFormat format, std::uint8_t *const *planes, int const *strides,
-                 Scaler &scaler) {
+void Conversion::prepare(Form const &wanted, unsigned threads) {
+    if (scaler && form == wanted) return;
+    form = wanted;
+    scaler.reset(sws_alloc_context());
+    if (!scaler) throw std::bad_alloc();
+    std::int64_t const flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
+    std::pair<char const *, std::int64_t> const options[] = {
+        {"srcw", form.width},  {"srch", form.height},   {"src_format", form.from}, {"dstw", form.width},
+        {"dsth", form.height}, {"dst_format", form.to}, {"sws_flags", flags},      {"threads", threads}};
+    for (auto const &[name, value] : options) av_opt_set_int(scaler.get(), name, value, 0);
+    if (sws_init_context(scaler.get(), nullptr, nullptr) < 0)
+        throw Exception(std::string("pictures in the format ") + av_get_pix_fmt_name(form.from) +
+                        " can't be converted");
+    int const *const matrix = sws_getCoefficients(form.matrix);
+    constexpr int neutral = 1 << 16;
+    sws_setColorspaceDetails(scaler.get(), matrix, form.fromFull ? 1 : 0, matrix, form.toFull ? 1 : 0, 0, neutral,
+                             neutral);
+}
+
+void Conversion::into(AVFrame &result, AVFrame const &source, unsigned threads) {
     // Grey and RGB have no other range than the full one.
     bool fromFull = source.color_range == AVCOL_RANGE_JPEG, toFull = false;
     AVPixelFormat const from = withoutRange(static_cast<AVPixelFormat>(source.format), fromFull);
-    AVPixelFormat const to = withoutRange(format, toFull);
+    AVPixelFormat const to = withoutRange(static_cast<AVPixelFormat>(result.format), toFull);
     if (!isYuv(from)) fromFull = true;
     if (!isYuv(to)) toFull = true;
-
-    int const flags = SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
-    scaler.reset(sws_getCachedContext(scaler.release(), source.width, source.height, from, source.width, source.height,
-                                      to, flags, nullptr, nullptr, nullptr));
-    if (!scaler)
-        throw Exception(std::string("pictures in the format ") + av_get_pix_fmt_name(from) + " can't be converted");
-    int const *const matrix = sws_getCoefficients(matrixOf(source));
-    constexpr int neutral = 1 << 16;
-    sws_setColorspaceDetails(scaler.get(), matrix, fromFull ? 1 : 0, matrix, toFull ? 1 : 0, 0, neutral, neutral);
-    sws_scale(scaler.get(), source.data, source.linesize, 0, source.height, planes, strides);
+    prepare({source.width, source.height, from, to, matrixOf(source), fromFull, toFull}, threads);
+    int const error = sws_scale_frame(scaler.get(), &result, &source);
+    if (error < 0) throw Exception("a picture can't be converted: " + reason(error));
 }
 
 Frame convert(AVFrame const &source, AVPixelFormat format) {
-    Scaler scaler;
+    Conversion once;
     Frame result = makeFrame(source.width, source.height, format);
-    convertInto(source, format, result->data, result->linesize, scaler);
+    once.into(*result, source, 1);
     return result;
 }
 

@@ -60,10 +60,27 @@ Frame makeFrame(int width, int height, AVPixelFormat format);
 /// every processor. Throws zun::Exception for a format that can't be converted.
 Frame convert(AVFrame const &source, AVPixelFormat format);
 
-/// The same into memory that is there; `scaler` is kept for the next picture of the same size and format. Rows may be
-/// written up to 256 bytes past their end.
-void convertInto(AVFrame const &source, AVPixelFormat format, std::uint8_t *const *planes, int const *strides,
-                 Scaler &scaler);
+/// The same for many pictures, one after the other. Not thread-safe.
+class Conversion {
+public:
+    /// Converts into a picture of the same size and of any format, by so many threads.
+    void into(AVFrame &result, AVFrame const &source, unsigned threads);
+
+private:
+    struct Form {
+        int width = 0, height = 0;
+        AVPixelFormat from = AV_PIX_FMT_NONE, to = AV_PIX_FMT_NONE;
+        int matrix = 0;
+        bool fromFull = false, toFull = false;
+
+        bool operator==(Form const &) const = default;
+    };
+
+    void prepare(Form const &wanted, unsigned threads);
+
+    Scaler scaler;
+    Form form;
+};
 
 /// FFmpeg writes to its own log by default; what matters is in the errors that are thrown here.
 void silenceLog();

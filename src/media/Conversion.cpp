@@ -219,14 +219,19 @@ Frames Converter::toFrames(AVFrame const &picture, WantedFrames wanted) {
 }
 
 RgbFrame Converter::fromYuv(AVFrame const &picture) {
-    // What is written past the end of a row is overwritten with the next one; the last needs a place for it, too.
-    constexpr std::uint32_t slack = 256;
-    std::uint32_t const width = extent(picture.width), height = extent(picture.height);
-    RgbFrame const storage({height + slack / width + 1, width});
-    std::array<std::uint8_t *, 4> const planes{reinterpret_cast<std::uint8_t *>(storage.first())};
-    std::array<int, 4> const strides{static_cast<int>(width * sizeof(Vec3b))};
-    av::convertInto(picture, AV_PIX_FMT_RGB24, planes.data(), strides.data(), scaler);
-    return storage.reshape({height, width});
+    // To planes, as FFmpeg does that several times as fast as to pixels, with the same result.
+    if (!planes || planes->width != picture.width || planes->height != picture.height)
+        planes = av::makeFrame(picture.width, picture.height, AV_PIX_FMT_GBRP);
+    conversion.into(*planes, picture, threads);
+    RgbFrame const rgb(shapeOf(picture));
+    for (std::uint32_t row = 0; row < rgb.shape[0]; row++) {
+        unsigned char const *const green = rowOf(*planes, row, 0), *const blue = rowOf(*planes, row, 1),
+                                   *const red = rowOf(*planes, row, 2);
+        Vec3b *const to = rgb.first() + std::size_t(row) * rgb.shape[1];
+        for (std::uint32_t column = 0; column < rgb.shape[1]; column++)
+            to[column] = {red[column], green[column], blue[column]};
+    }
+    return rgb;
 }
 
 } // namespace zun::media

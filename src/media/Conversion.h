@@ -18,13 +18,18 @@ std::vector<std::string> leftOutOf(AVPixelFormat format, bool alpha);
 /// Keeps what one conversion can use again for the next. Not thread-safe.
 class Converter {
 public:
+    /// `most` threads share one picture.
+    explicit Converter(unsigned most = 1) : threads(most) {}
+
     /// Throws zun::Exception for a format that can't be converted.
     Frames toFrames(AVFrame const &picture, WantedFrames wanted);
 
 private:
     RgbFrame fromYuv(AVFrame const &picture);
 
-    av::Scaler scaler;
+    unsigned const threads;
+    av::Conversion conversion;
+    av::Frame planes;
 };
 
 } // namespace zun::media

@@ -9,6 +9,7 @@
 #include "media/Decoder.h"
 #include "media/FileList.h"
 #include "media/Host.h"
+#include "media/LiveQueue.h"
 #include "media/WholePicture.h"
 
 namespace zun::media {
@@ -53,7 +54,7 @@ std::unique_ptr<Decoder> openFile(Source &input, ReadSettings const &settings) {
 std::unique_ptr<Decoder> openAny(std::string const &path, ReadSettings const &settings) {
     if (path != "-" && FileList::isStream(path)) {
         requireAllowed(path);
-        return openLive(path, settings);
+        return std::make_unique<LiveQueue>(openLive(path, settings), settings.dropLate);
     }
     Source input = std::make_unique<Input>(path);
     if (!settings.format.empty()) return openRaw(input, settings);

@@ -21,7 +21,7 @@ class VideoDecoder final : public Decoder {
     av::Packet packet{av_packet_alloc()};
     av::Frame picture{av_frame_alloc()};
     std::optional<Deinterlacer> deinterlacer;
-    Converter converter;
+    Converter converter{std::min(hostSettings().threadBudget(), mostThreads)};
 
     std::uint64_t given = 0;   ///< frames that were given
     std::uint64_t skipped = 0; ///< damaged frames that were left out

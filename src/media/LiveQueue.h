@@ -1,0 +1,44 @@
+// Frames that come when they come, and the run that takes them when it can.
+#pragma once
+
+#include <condition_variable>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+#include "media/Decoder.h"
+
+namespace zun::media {
+
+/// Reads an address or camera on a thread of its own. Where the run is slower, frames that nobody took are dropped,
+/// the oldest first, and counted in a warning at the end; or, where they must not be, the reading waits.
+class LiveQueue final : public Decoder {
+public:
+    LiveQueue(std::unique_ptr<Decoder> source, bool drop);
+    ~LiveQueue() override;
+
+    bool next(WantedFrames wanted, Frames &frames) override;
+
+private:
+    struct Taken {
+        Frames frames;
+        std::int64_t time, duration;
+    };
+
+    void readOn(WantedFrames wanted);
+    void hand(Taken frame);
+
+    std::unique_ptr<Decoder> decoder;
+    bool const dropsLate;
+    std::thread reader;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::optional<Taken> waiting;
+    std::exception_ptr failure;
+    std::uint64_t dropped = 0;
+    bool over = false, stopping = false;
+};
+
+} // namespace zun::media
