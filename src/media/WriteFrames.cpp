@@ -125,7 +125,7 @@ public:
                      .between(leastQuality, mostQuality),
                  option("subsampling", "std::string", "auto", &WriteFrames::subsampling,
                         "of JPEG: 4:4:4, 4:2:0, or auto for 4:4:4 from quality 90 on"),
-                 option("pngLevel", "int", "3", &WriteFrames::pngLevel,
+                 option("pngLevel", "int", "1", &WriteFrames::pngLevel,
                         "of PNG: how long to look for a smaller file; 0 doesn't compress")
                      .between(leastPngLevel, mostPngLevel));
     };

@@ -7,7 +7,7 @@ namespace zun::media {
 
 inline constexpr int leastQuality = 1, mostQuality = 100;
 inline constexpr int mostCrf = 63;
-inline constexpr int leastPngLevel = 0, mostPngLevel = 12, usualPngLevel = 3;
+inline constexpr int leastPngLevel = 0, mostPngLevel = 12, usualPngLevel = 1;
 inline constexpr double mostRate = 10000;
 
 struct WriteSettings {
