@@ -164,6 +164,8 @@ struct VideoWriter::Implementation {
     void checkSink() { check(sink->flush()); }
 
     void finish() {
+        bool const readerHasGone = place == nullptr && output->pb->error < 0; // write() has told of it
+        if (readerHasGone) return close();
         try {
             encode(nullptr);
             writeSound({});
