@@ -2,6 +2,7 @@
 
 #include "cli/Terminal.h"
 #include "cli/Text.h"
+#include "media/Host.h"
 
 namespace zun::cli {
 
@@ -23,8 +24,10 @@ void ProgressDisplay::watch(std::stop_token const &stop) {
     std::unique_lock lock(mutex);
     while (!ended.wait_for(lock, stop, period, [&] { return stop.stop_requested(); })) {
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
-        std::string const line =
+        std::string line =
             progressLine(progress.ticksDone, progress.ticksTotal, progress.bytesInFlight, elapsed.count());
+        if (media::LiveLag const &lag = media::liveLag(); lag.any())
+            line += ", " + readableRate(lag.seconds) + " s behind, " + counted(lag.dropped, "frame") + " left out";
         if (terminal.interactive())
             terminal.setStatus(line);
         else

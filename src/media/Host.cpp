@@ -30,6 +30,11 @@ HostSettings &hostSettings() {
     return settings;
 }
 
+LiveLag &liveLag() {
+    static LiveLag lag;
+    return lag;
+}
+
 void setWarningSink(std::function<void(std::string const &)> sink) {
     Warnings &all = warnings();
     std::lock_guard const lock(all.mutex);

@@ -1,6 +1,8 @@
 // What a host gives and allows the nodes of this library, and where their warnings go.
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -17,6 +19,16 @@ struct HostSettings {
 };
 
 HostSettings &hostSettings();
+
+/// How far a run is behind the address or camera that it reads, of several the one that gave a frame last.
+struct LiveLag {
+    std::atomic<double> seconds = 0;        ///< between the time of the frame that was taken last, and now
+    std::atomic<std::uint64_t> dropped = 0; ///< frames that the run did not take
+
+    bool any() const { return seconds >= 0.1 || dropped != 0; }
+};
+
+LiveLag &liveLag();
 
 /// Where warnings of a run go; to nowhere, by default. Not to be changed during a run.
 void setWarningSink(std::function<void(std::string const &)> sink);

@@ -1,5 +1,6 @@
 #include "media/LiveQueue.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "media/Host.h"
@@ -30,7 +31,10 @@ LiveQueue::~LiveQueue() {
 void LiveQueue::hand(Taken frame) {
     std::unique_lock lock(mutex);
     if (!dropsLate) changed.wait(lock, [&] { return stopping || !waiting; });
-    if (waiting) dropped++;
+    if (waiting) {
+        dropped++;
+        liveLag().dropped++;
+    }
     waiting = std::move(frame);
     lock.unlock();
     changed.notify_all();
@@ -54,6 +58,14 @@ void LiveQueue::readOn(WantedFrames wanted) {
     changed.notify_all();
 }
 
+void LiveQueue::noteLag(std::int64_t taken) {
+    std::chrono::duration<double> const age(static_cast<double>(taken) * info.timeBase.value());
+    auto const now = std::chrono::steady_clock::now();
+    auto const beginning = now - std::chrono::duration_cast<std::chrono::steady_clock::duration>(age);
+    begun = begun ? std::min(*begun, beginning) : beginning;
+    liveLag().seconds = std::chrono::duration<double>(beginning - *begun).count();
+}
+
 bool LiveQueue::next(WantedFrames wanted, Frames &frames) {
     if (!reader.joinable()) reader = std::thread([this, wanted] { readOn(wanted); });
     std::unique_lock lock(mutex);
@@ -69,6 +81,7 @@ bool LiveQueue::next(WantedFrames wanted, Frames &frames) {
     frames = std::move(taken.frames);
     time = taken.time;
     duration = taken.duration;
+    noteLag(time);
     return true;
 }
 

@@ -1,6 +1,7 @@
 // Frames that come when they come, and the run that takes them when it can.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <memory>
@@ -29,6 +30,7 @@ private:
 
     void readOn(WantedFrames wanted);
     void hand(Taken frame);
+    void noteLag(std::int64_t taken);
 
     std::unique_ptr<Decoder> decoder;
     bool const dropsLate;
@@ -39,6 +41,7 @@ private:
     std::exception_ptr failure;
     std::uint64_t dropped = 0;
     bool over = false, stopping = false;
+    std::optional<std::chrono::steady_clock::time_point> begun; ///< when a frame of time 0 was or would have been taken
 };
 
 } // namespace zun::media
