@@ -307,7 +307,7 @@ private:
         std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
         forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
         for (std::string const &what : reader.leftOut())
-            forecast.warnings.push_back(inputName(made.list.files.front().file) + " " + what);
+            forecast.warnings.push_back("reads " + inputName(made.list.files.front().file) + ": it " + what);
         if (!format.empty()) noteRate(forecast);
         FrameSequence all(path, made.list, made.settings, {}, std::move(made.opened));
         tellSource(*all.about(), forecast);
