@@ -99,13 +99,15 @@ void listFolder(std::string const &folder, FileList &list) {
             other = name;
     });
     if (names.empty())
-        throw Exception(
-            capital(spoken(folder)) + " has no pictures or videos. What counts are files that end with one of: " +
-            std::string(endings) + "; a glob such as '" + within(folder, "*", false) + "' takes files of every ending");
+        throw Exception(capital(spoken(folder)) +
+                        " has no pictures or videos. The endings that count are: " + std::string(endings) +
+                        "; a glob such as '" + within(folder, "*", false) + "' takes files of every ending");
     if (others != 0)
-        list.notes.push_back(spoken(folder) + ": " + std::to_string(names.size()) + " files are read; left out " +
-                             (others == 1 ? "is " : "are " + std::to_string(others) + ", such as ") + inQuotes(other) +
-                             ", which end" + (others == 1 ? "s" : "") + " like no picture or video");
+        list.notes.push_back(
+            "reads " + std::to_string(names.size()) + (names.size() == 1 ? " file" : " files") + " of " +
+            spoken(folder) + ", and leaves out " +
+            (others == 1 ? "" : std::to_string(others) + " that don't end like a picture or video, such as ") +
+            inQuotes(other) + (others == 1 ? ", which doesn't end like a picture or video" : ""));
     number(std::move(names), list);
 }
 
@@ -193,7 +195,7 @@ struct Sequence {
         if (!fs::is_directory(folder, ignored)) throw Exception(why + nearestExisting(missing));
         std::vector<std::uint64_t> const there = numbers(0);
         if (there.empty())
-            throw Exception(why + ", nor does another file of " + inQuotes(path) + nearestExisting(missing));
+            throw Exception(why + ", and no other file fits " + inQuotes(path) + nearestExisting(missing));
         throw Exception(why + ": the files that exist are " + inQuotes(pattern.file(there.front())) + " to " +
                         inQuotes(pattern.file(there.back())));
     }
@@ -220,10 +222,10 @@ void listSequence(Sequence const &sequence, std::int64_t first, Gaps gaps, std::
     }
     list.isList = true;
     if (first < 0 && numbers[0] != 0)
-        list.notes.push_back("the sequence begins with " + inQuotes(sequence.pattern.file(numbers[0])));
+        list.notes.push_back("begins with " + inQuotes(sequence.pattern.file(numbers[0])));
     if (missing != 0)
-        list.notes.push_back("the sequence has gaps: " + std::to_string(missing) +
-                             (missing == 1 ? " number is" : " numbers are") + " passed over");
+        list.notes.push_back("passes over " + std::to_string(missing) +
+                             (missing == 1 ? " missing number" : " missing numbers"));
 }
 
 std::size_t firstWildcard(std::string const &path) { return std::min(path.find_first_of("*?["), path.size()); }
@@ -243,8 +245,7 @@ void listGlob(std::string const &path, FileList &list) {
     std::string const folder = folderOf(path.substr(0, firstWildcard(path)) + "x");
     std::error_code ignored;
     throw Exception("no file fits " + inQuotes(path) +
-                    (fs::is_directory(folder, ignored) ? ". What was looked in is " + spoken(folder)
-                                                       : nearestExisting(folder + "/x")));
+                    (fs::is_directory(folder, ignored) ? " in " + spoken(folder) : nearestExisting(folder + "/x")));
 }
 
 /// The pattern of a path with a number in it.

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "media/Input.h"
 #include "media/OutputFormats.h"
 #include "media/SoundCopy.h"
 #include "media/VideoTimes.h"
@@ -14,7 +15,7 @@ std::string text(Rational const &value) {
     return value.denominator == 1 ? numerator : numerator + "/" + std::to_string(value.denominator);
 }
 
-std::string quoted(SourceInfo const &source) { return "'" + source.path + "'"; }
+std::string quoted(SourceInfo const &source) { return inputName(source.path); }
 
 /// Why the sound of a source is left out; empty if it is copied.
 std::string whyNoSound(OutputFormat const &format, WriteSettings const &settings, SourceInfo const &source) {

@@ -88,7 +88,7 @@ public:
             rows(output("rgb", "zun::Mat<zun::Vec3b, 2>", &ReadFrames::rgb, "the frame in colour"),
                  output("grey", "zun::Mat<unsigned char, 2>", &ReadFrames::grey, "the frame in grey"),
                  output("source", "zun::media::FrameSource", &ReadFrames::source,
-                        "the frame's file, number and time; reaches the nodes that need them by itself")
+                        "the frame's file, number and time; nodes that need it are connected by themselves")
                      .besideFrames());
         static constexpr auto options = rows(
             requiredOption("path", "std::string", &ReadFrames::path,
@@ -99,23 +99,24 @@ public:
                    "number of the first file of a sequence; index of the first frame of a video or of the first file "
                    "of a list; -1: the lowest there is")
                 .atLeast(-1),
-            option("count", "int", "0", &ReadFrames::count, "how many frames to read; 0: all of them").atLeast(0),
+            option("count", "int", "0", &ReadFrames::count, "how many frames to read; fewer are an error; 0: all")
+                .atLeast(0),
             option("repeat", "int", "1", &ReadFrames::repeat, "how often to play them; 0: without end").atLeast(0),
             option("gaps", "std::string", "error", &ReadFrames::gaps,
-                   "where a number of a sequence is missing: error or skip"),
+                   "what to do at a missing number of a sequence: error or skip"),
             option("orientation", "std::string", "apply", &ReadFrames::orientation,
                    "apply turns frames upright as the file says; keep leaves them as they are stored"),
             option("damaged", "std::string", "error", &ReadFrames::damaged,
-                   "where data are damaged: error fails after the frames before; stop ends there; skip leaves damaged "
-                   "frames out"),
+                   "what to do at damaged data: error fails after the frames before; stop ends there; skip leaves "
+                   "damaged frames out"),
             option("deinterlace", "bool", "false", &ReadFrames::deinterlace,
-                   "make whole frames of an interlaced video's fields"),
+                   "make whole frames from the fields of an interlaced video"),
             option("format", "std::string", "", &ReadFrames::format,
-                   "of raw frames: rgb24, gray8 or another pixel format of FFmpeg; empty for files that say it"),
+                   "of raw frames: rgb24, gray8 or another pixel format of FFmpeg; empty: the data state their own"),
             option("size", "std::string", "", &ReadFrames::size, "of raw frames, such as 640x480"),
-            option("fps", "std::string", "", &ReadFrames::rate, "of raw frames, such as 25 or 30000/1001"),
+            option("fps", "std::string", "", &ReadFrames::rate, "of raw frames, such as 30 or 30000/1001; empty: 25"),
             option("live", "std::string", "drop", &ReadFrames::live,
-                   "of an address or camera that is faster than the run: drop frames or block"));
+                   "what to do where an address or camera is faster than the run: drop frames, or block it"));
     };
 
     bool isGenerator() const override { return true; }
@@ -306,7 +307,7 @@ private:
         std::uint64_t const pixels = std::uint64_t(reader.width()) * reader.height();
         forecast.bytes = {{"rgb", pixels * sizeof(Vec3b)}, {"grey", pixels}};
         for (std::string const &what : reader.leftOut())
-            forecast.warnings.push_back(inputName(made.list.files.front().file) + " " + what);
+            forecast.warnings.push_back("reads " + inputName(made.list.files.front().file) + ": it " + what);
         if (!format.empty()) noteRate(forecast);
         FrameSequence all(path, made.list, made.settings, {}, std::move(made.opened));
         tellSource(*all.about(), forecast);
@@ -330,7 +331,8 @@ private:
 
     void noteRate(Forecast &forecast) const {
         if (rate.empty())
-            forecast.notes.push_back(inputName(path) + " has 25 frames a second, as the option fps doesn't say");
+            forecast.notes.push_back("takes 25 frames a second for " + inputName(path) +
+                                     "; the option fps sets another rate");
     }
 
     static void tellSource(SourceInfo info, Forecast &forecast) {

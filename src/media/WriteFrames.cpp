@@ -87,7 +87,7 @@ public:
         static constexpr auto inputs =
             rows(input("frames", "any", &WriteFrames::frames, "frames of bytes, or, with a scale, of floats"),
                  optionalInput("source", "zun::media::FrameSource", &WriteFrames::source,
-                               "file, number and time of each frame; \"-\" to do without")
+                               "file, number and time of each frame; connected by itself, unless it is \"-\"")
                      .besideFrames());
         static constexpr auto outputs = rows();
         static constexpr auto options =
@@ -96,16 +96,16 @@ public:
                                 "standard output")
                      .is(OptionKind::Path),
                  option("container", "std::string", "", &WriteFrames::container,
-                        "mp4, nut, y4m, rawvideo ..., where the path doesn't tell"),
+                        "mp4, nut, y4m, rawvideo ...; empty: what the ending of the path says"),
                  option("scale", "float", "0.0", &WriteFrames::scale,
-                        "what numbers are multiplied by before they are rounded to bytes; 0: as they are"),
+                        "factor for numbers before they are rounded to bytes; 0: none"),
                  option("times", "std::string", "source", &WriteFrames::times,
-                        "of a video: source for the times that the frames have there, or constant"),
+                        "of a video: source keeps the source's times; constant spaces them evenly, at the mean rate"),
                  option("fps", "float", "0.0", &WriteFrames::rate,
                         "of a video: frames per second, evenly spaced; 0: as in the source, 25 where there is none")
                      .between(0, mostRate),
                  option("audio", "std::string", "copy", &WriteFrames::audio,
-                        "of a video: copy for the source's sound, or none"),
+                        "of a video: copy takes the sound of the source; none leaves it out"),
                  option("codec", "std::string", "auto", &WriteFrames::codec,
                         "of a video: auto, h264, h265, vp9, av1, ffv1, prores, mjpeg, rawvideo or png"),
                  option("lossless", "bool", "false", &WriteFrames::lossless,
@@ -121,12 +121,13 @@ public:
                         "of a video: FFmpeg's name, such as yuv444p; by default yuv420p, which every player shows"),
                  option("threads", "int", "0", &WriteFrames::threads, "of a video's encoder; 0: as many as the run has")
                      .atLeast(0),
-                 option("quality", "int", "95", &WriteFrames::quality, "of JPEG, WebP and Motion JPEG")
+                 option("quality", "int", "95", &WriteFrames::quality,
+                        "of JPEG, WebP and Motion JPEG: from 1 to 100, the best")
                      .between(leastQuality, mostQuality),
                  option("subsampling", "std::string", "auto", &WriteFrames::subsampling,
                         "of JPEG: 4:4:4, 4:2:0, or auto for 4:4:4 from quality 90 on"),
                  option("pngLevel", "int", "1", &WriteFrames::pngLevel,
-                        "of PNG: how long to look for a smaller file; 0 doesn't compress")
+                        "of PNG: from 0, not compressed, to 12, smallest and slowest")
                      .between(leastPngLevel, mostPngLevel));
     };
 

@@ -61,7 +61,7 @@ TEST_F(Files, OfAFolderAreItsPicturesAndVideosInNaturalOrder) {
     EXPECT_EQ(names(found, true), (Names{"p/a.mp4#0", "p/B2.JPG#1", "p/b002a.png#2", "p/b10.png#3"}));
     EXPECT_TRUE(found.isList);
     ASSERT_EQ(found.notes.size(), 1u);
-    expectParts(found.notes[0], {"4 files are read", "'Thumbs.db'"});
+    expectParts(found.notes[0], {"reads 4 files of the folder", "'Thumbs.db'"});
     fs::create_symlink("a.mp4", folder / "p/link.mp4");
     EXPECT_EQ(list("p/").files.size(), 5u);
 
@@ -134,7 +134,7 @@ TEST_F(Files, OfASequenceBeginWithTheLowestNumberAndHaveNoGaps) {
     FileList const all = list(path, 2, Gaps::Skip);
     EXPECT_EQ(names(all, true), (Names{"s/in-002.png#2", "s/in-003.png#3", "s/in-1000.png#1000"}));
     ASSERT_EQ(all.notes.size(), 1u);
-    expectParts(all.notes[0], {"996 numbers are passed over"});
+    expectParts(all.notes[0], {"passes over 996 missing numbers"});
     EXPECT_EQ(names(list("s/in-%d.png", 6, Gaps::Error, 1)), Names{"s/in-6.png"});
     EXPECT_EQ(names(list("d/cam-%d/x.png")), (Names{"d/cam-2/x.png", "d/cam-3/x.png"}));
     expectParts(failure(path, 0),
