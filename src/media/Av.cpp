@@ -36,25 +36,6 @@ bool isYuv(AVPixelFormat format) {
     return (description->flags & AV_PIX_FMT_FLAG_RGB) == 0 && description->nb_components >= 3;
 }
 
-int matrixOf(AVFrame const &frame) {
-    switch (frame.colorspace) {
-    case AVCOL_SPC_BT709:
-        return SWS_CS_ITU709;
-    case AVCOL_SPC_SMPTE170M:
-    case AVCOL_SPC_BT470BG:
-        return SWS_CS_ITU601;
-    case AVCOL_SPC_FCC:
-        return SWS_CS_FCC;
-    case AVCOL_SPC_SMPTE240M:
-        return SWS_CS_SMPTE240M;
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-        return SWS_CS_BT2020;
-    default:
-        return frame.height < hdRows ? SWS_CS_ITU601 : SWS_CS_ITU709;
-    }
-}
-
 } // namespace
 
 std::string reason(int error) {
@@ -71,6 +52,31 @@ Frame makeFrame(int width, int height, AVPixelFormat format) {
     frame->format = format;
     if (av_frame_get_buffer(frame.get(), 64) < 0) throw std::bad_alloc();
     return frame;
+}
+
+int matrixOf(AVFrame const &picture) {
+    switch (picture.colorspace) {
+    case AVCOL_SPC_BT709:
+        return SWS_CS_ITU709;
+    case AVCOL_SPC_SMPTE170M:
+    case AVCOL_SPC_BT470BG:
+        return SWS_CS_ITU601;
+    case AVCOL_SPC_FCC:
+        return SWS_CS_FCC;
+    case AVCOL_SPC_SMPTE240M:
+        return SWS_CS_SMPTE240M;
+    case AVCOL_SPC_BT2020_NCL:
+    case AVCOL_SPC_BT2020_CL:
+        return SWS_CS_BT2020;
+    default:
+        return picture.height < hdRows ? SWS_CS_ITU601 : SWS_CS_ITU709;
+    }
+}
+
+bool isFullRange(AVFrame const &picture) {
+    bool full = picture.color_range == AVCOL_RANGE_JPEG;
+    withoutRange(static_cast<AVPixelFormat>(picture.format), full);
+    return full;
 }
 
 void Conversion::prepare(Form const &wanted, unsigned threads) {

@@ -52,6 +52,13 @@ std::string reason(int error);
 /// An empty frame of a size and format, whose rows are padded far enough for every conversion.
 Frame makeFrame(int width, int height, AVPixelFormat format);
 
+/// FFmpeg's number of the matrix that a picture's YUV is by, SWS_CS_...: what the picture says, or, where it doesn't,
+/// BT.601 below 720 rows and BT.709 from there on.
+int matrixOf(AVFrame const &picture);
+
+/// Whether a picture of YUV has values from 0 to 255.
+bool isFullRange(AVFrame const &picture);
+
 /// Converts a picture to another pixel format of the same size: matrix and range as the source says (where it doesn't,
 /// BT.601 below 720 rows and BT.709 from there on), full chroma resolution, correct rounding, and the same bits on
 /// every processor. Throws zun::Exception for a format that can't be converted.

@@ -237,6 +237,11 @@ Frames Converter::toFrames(AVFrame const &picture, WantedFrames wanted) {
 }
 
 RgbFrame Converter::fromYuv(AVFrame const &picture) {
+    if (YuvToRgb::takes(picture)) {
+        RgbFrame const rgb(shapeOf(picture));
+        direct.convert(picture, reinterpret_cast<unsigned char *>(rgb.first()));
+        return rgb;
+    }
     // To planes, as FFmpeg does that several times as fast as to pixels, with the same result.
     if (!planes || planes->width != picture.width || planes->height != picture.height)
         planes = av::makeFrame(picture.width, picture.height, AV_PIX_FMT_GBRP);

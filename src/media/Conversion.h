@@ -3,6 +3,7 @@
 
 #include "media/Av.h"
 #include "media/FrameReader.h"
+#include "media/YuvToRgb.h"
 
 namespace zun::media {
 
@@ -28,6 +29,7 @@ private:
     RgbFrame fromYuv(AVFrame const &picture);
 
     unsigned const threads;
+    YuvToRgb direct;
     av::Conversion conversion;
     av::Frame planes;
 };
