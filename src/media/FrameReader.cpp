@@ -128,5 +128,6 @@ bool FrameReader::next(WantedFrames wanted, Frames &frames) { return implementat
 bool FrameReader::skipTo(std::uint64_t index) { return implementation->skipTo(index); }
 std::int64_t FrameReader::time() const { return implementation->decoder->time; }
 std::int64_t FrameReader::duration() const { return implementation->decoder->duration; }
+std::int64_t FrameReader::start() const { return implementation->decoder->start; }
 
 } // namespace zun::media

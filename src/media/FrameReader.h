@@ -94,6 +94,7 @@ public:
     /// Of the frame that next() gave, in info().timeBase; the time is that from the first frame on.
     std::int64_t time() const;
     std::int64_t duration() const;
+    std::int64_t start() const; ///< the stamp of the file's first frame
 
 private:
     struct Implementation;

@@ -210,6 +210,7 @@ private:
                 stream.time_base);
         if (stamp == AV_NOPTS_VALUE) stamp = firstTime == AV_NOPTS_VALUE ? 0 : firstTime + nextTime;
         if (firstTime == AV_NOPTS_VALUE) firstTime = stamp;
+        start = firstTime;
         time = stamp - firstTime;
         if (given != 0 && time <= lastTime) time = nextTime; // stamps that go back are no times
         duration = std::max<std::int64_t>(step, 0);
