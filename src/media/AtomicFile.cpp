@@ -19,11 +19,6 @@ namespace {
 
 } // namespace
 
-std::string AtomicFile::temporaryName(std::string const &path) {
-    std::filesystem::path const place(path);
-    return (place.parent_path() / ("." + place.filename().string() + ".part")).string();
-}
-
 AtomicFile::AtomicFile(std::string const &finalPath, Claim claim) : path(finalPath), partial(finalPath, claim) {}
 
 void AtomicFile::write(std::string_view bytes) {
@@ -41,14 +36,6 @@ void AtomicFile::write(std::string_view bytes) {
         done += static_cast<std::size_t>(step);
     }
     size += bytes.size();
-}
-
-void moveIntoPlace(std::string const &temporary, std::string const &path) {
-    if (std::rename(temporary.c_str(), path.c_str()) == 0) return;
-    int const reason = errno;
-    ::unlink(temporary.c_str());
-    errno = reason;
-    fail(path, "can't be put in place");
 }
 
 std::string whyNotWritable(std::string const &path) {

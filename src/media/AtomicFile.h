@@ -21,17 +21,11 @@ public:
     /// Puts the file in its place; one that was there is replaced.
     void commit() { partial.commit(); }
 
-    /// A name beside a file, for a video that is not complete.
-    static std::string temporaryName(std::string const &path);
-
 private:
     std::string path;
     PartialFile partial;
     std::uint64_t size = 0;
 };
-
-/// Renames a complete file to its final name. Throws zun::Exception.
-void moveIntoPlace(std::string const &temporary, std::string const &path);
 
 /// Why a file can't be made at a path, in advance: its folder is missing or may not be written into. Empty if it can.
 std::string whyNotWritable(std::string const &path);

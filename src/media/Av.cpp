@@ -117,9 +117,24 @@ Frame convert(AVFrame const &source, AVPixelFormat format) {
     return result;
 }
 
+namespace {
+thread_local ErrorWatch *watch = nullptr;
+}
+
+/// In place of FFmpeg's own, which prints.
+void hearLog(void *context, int level, char const *, va_list) {
+    constexpr int withoutColour = 0xFF;
+    if (watch == nullptr || context != watch->watched || (level & withoutColour) > AV_LOG_ERROR || watch->first) return;
+    AVIOContext *const io = watch->watched->pb;
+    watch->first = io == nullptr ? 0 : avio_tell(io);
+}
+
+ErrorWatch::ErrorWatch(AVFormatContext const *context) : watched(context) { watch = this; }
+ErrorWatch::~ErrorWatch() { watch = nullptr; }
+
 void silenceLog() {
     static bool const once = [] {
-        av_log_set_level(AV_LOG_QUIET);
+        av_log_set_callback(hearLog);
         return true;
     }();
     static_cast<void>(once);

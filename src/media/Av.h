@@ -1,8 +1,6 @@
 // FFmpeg's objects, owned; for the sources of this library alone.
 #pragma once
 
-#include <cstdint>
-
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -14,7 +12,10 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstdarg>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace zun::media::av {
@@ -86,7 +87,26 @@ private:
     Form form;
 };
 
-/// FFmpeg writes to its own log by default; what matters is in the errors that are thrown here.
+/// FFmpeg writes to its own log by default; what matters is in the errors that are thrown here, and in an ErrorWatch.
 void silenceLog();
+
+/// Hears, while it stands, what FFmpeg logs as an error of one container on this thread: demuxers say nowhere else
+/// that they pass over damaged data. Only after silenceLog(). There is one at a time on a thread.
+class ErrorWatch {
+public:
+    explicit ErrorWatch(AVFormatContext const *context);
+    ~ErrorWatch();
+    ErrorWatch(ErrorWatch const &) = delete;
+    ErrorWatch &operator=(ErrorWatch const &) = delete;
+
+    /// Where the container was read when it met its first error.
+    std::optional<std::int64_t> place() const { return first; }
+
+private:
+    friend void hearLog(void *context, int level, char const *text, va_list values);
+
+    AVFormatContext const *watched;
+    std::optional<std::int64_t> first;
+};
 
 } // namespace zun::media::av

@@ -30,6 +30,7 @@ public:
     Orientation orientation;             ///< that makes the frames stand upright
     std::vector<std::string> leftOut;    ///< "has an alpha channel, which is left out"
     std::int64_t time = 0, duration = 0; ///< of the frame that next() gave, in info.timeBase
+    std::int64_t start = 0;              ///< the stamp that the first frame has in the file, in info.timeBase
 };
 
 using Source = std::unique_ptr<Input>; ///< taken over by what opens it

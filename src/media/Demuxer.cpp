@@ -1,6 +1,7 @@
 #include "media/Demuxer.h"
 
 #include <array>
+#include <limits>
 #include <string_view>
 
 #include <dlfcn.h>
@@ -102,7 +103,15 @@ void Demuxer::failToOpen(int error) const {
     if (live && (error == AVERROR_EXIT || error == AVERROR(ETIMEDOUT)))
         throw Exception(title + " can't be opened: nothing came within 10 seconds");
     if (live) throw Exception(title + " can't be opened: " + av::reason(error));
-    throw Exception(title + " is not an image or video that can be read: " + av::reason(error));
+    failOfContent(av::reason(error));
+}
+
+/// Raw frames are only guessed at where the file's name stands for nothing else.
+void Demuxer::failOfContent(std::string const &why) const {
+    AVOutputFormat const *const named = av_guess_format(nullptr, path.c_str(), nullptr);
+    bool const raw = !live && (named == nullptr || std::string_view(named->name) == "rawvideo");
+    throw Exception(title + " is not an image or video that can be read: " + why +
+                    (raw ? "; raw frames need the options format and size" : ""));
 }
 
 void Demuxer::allocate() {
@@ -130,6 +139,8 @@ Demuxer::Demuxer(Source opened) : input(std::move(opened)), path(input->path()),
     AVInputFormat const *format = nullptr; // as its content says
     if (head.starts_with("GIF8")) format = av_find_input_format("gif");
     if (head.starts_with(pngSignature) && input->isFile()) format = av_find_input_format("apng");
+    if (std::string_view const pnm = pnmName(head); !pnm.empty())
+        format = av_find_input_format((std::string(pnm) + "_pipe").c_str());
     if (head.find("ftyp") == 4) context->fps_probe_size = 0; // it lists all frames
     open("", format, settings);
 }
@@ -161,8 +172,10 @@ void Demuxer::open(std::string const &address, AVInputFormat const *format, av::
     int error = avformat_open_input(&opened, address.c_str(), format, settings.get());
     if (error < 0) failToOpen(error);
     context.reset(opened);
+    av::ErrorWatch const watch(context.get());
     error = avformat_find_stream_info(context.get(), nullptr);
     if (error < 0) failToOpen(error);
+    damage = watch.place();
     chooseStream();
 }
 
@@ -170,7 +183,7 @@ void Demuxer::chooseStream() {
     int const index = av_find_best_stream(context.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (index == AVERROR_DECODER_NOT_FOUND)
         throw Exception(title + " can't be decoded: FFmpeg has no decoder for its video");
-    if (index < 0) throw Exception(title + " is not an image or video that can be read: it has no video stream");
+    if (index < 0) failOfContent("it has no video stream");
     for (unsigned i = 0; i < context->nb_streams; i++)
         if (static_cast<int>(i) != index) context->streams[i]->discard = AVDISCARD_ALL;
     video = context->streams[index];
@@ -239,13 +252,51 @@ Orientation Demuxer::orientation() const {
 int Demuxer::read(AVPacket &packet) {
     while (true) {
         if (live) deadline = av_gettime_relative() + networkPatience;
+        av::ErrorWatch const watch(context.get());
         int const error = av_read_frame(context.get(), &packet);
         if (!failure.empty()) throw Exception(failure);
-        if (error < 0 || packet.stream_index == video->index) return error;
-        av_packet_unref(&packet);
+        if (!damage) damage = watch.place();
+        if (error >= 0 && packet.stream_index != video->index) {
+            av_packet_unref(&packet);
+            continue;
+        }
+        std::int64_t const place = error < 0 ? std::numeric_limits<std::int64_t>::max() : packet.pos;
+        gap = !live && ((damage && (place < 0 || place >= *damage)) || passesOverListed(place));
+        if (gap) damage.reset();
+        if (error >= 0) packetEnd = packet.pos + packet.size;
+        return error;
     }
 }
 
-bool Demuxer::isCutShort() const { return input != nullptr && input->isFile() && media::isCutShort(*input); }
+/// Whether the index of an AVI, which is read chunk by chunk, lists a packet before this place that was not found.
+bool Demuxer::passesOverListed(std::int64_t place) {
+    constexpr std::int64_t header = 8; // which the index counts as a part of the packet
+    if (place < 0 || std::string_view(context->iformat->name) != "avi") return false;
+    int const count = avformat_index_get_entries_count(video);
+    int next = listed;
+    bool missing = false;
+    AVIndexEntry const *entry = nullptr;
+    for (; next < count; next++) {
+        entry = avformat_index_get_entry(video, next);
+        if (entry->pos >= place - header) break;
+        missing = missing || entry->size > 0; // frames that were dropped are listed without data
+    }
+    bool const atEnd = next == count, found = !atEnd && entry->pos <= place;
+    bool const passes = missing && followsIndex && (found || atEnd);
+    followsIndex = found;
+    if (found) listed = next + 1;
+    return passes;
+}
+
+/// The reader of Y4M takes a frame that is cut short for the end.
+bool Demuxer::endsInFrame() const {
+    constexpr std::int64_t longestHeader = 80;
+    return std::string_view(context->iformat->name) == "yuv4mpegpipe" &&
+           static_cast<std::int64_t>(input->position()) > packetEnd + longestHeader;
+}
+
+bool Demuxer::isCutShort() const {
+    return input != nullptr && (endsInFrame() || (input->isFile() && media::isCutShort(*input)));
+}
 
 } // namespace zun::media

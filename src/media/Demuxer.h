@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "media/Av.h"
@@ -33,6 +34,9 @@ public:
     /// Reads the next packet of the stream: FFmpeg's error code.
     int read(AVPacket &packet);
 
+    /// Whether damaged data was passed over before the packet that was read last, or before the end.
+    bool hasGap() const { return gap; }
+
     /// Whether the file ends before its container does. Asked after the last packet.
     bool isCutShort() const;
 
@@ -46,7 +50,10 @@ private:
     void open(std::string const &address, AVInputFormat const *format, av::Settings &settings);
     void chooseStream();
     bool isEvenlySpaced() const;
+    bool passesOverListed(std::int64_t place);
+    bool endsInFrame() const;
     [[noreturn]] void failToOpen(int error) const;
+    [[noreturn]] void failOfContent(std::string const &why) const;
 
     Source input;
     std::string path, title, failure; ///< `failure`: why the input can't be read
@@ -55,6 +62,12 @@ private:
     std::unique_ptr<AVIOContext, Free> io;
     std::unique_ptr<AVFormatContext, Free> context;
     AVStream *video = nullptr;
+
+    bool gap = false;
+    std::optional<std::int64_t> damage; ///< where it was met, ahead of the packets that are given
+    int listed = 0;                     ///< packets of the index that are passed
+    bool followsIndex = false;          ///< the last packet was in it
+    std::int64_t packetEnd = 0;
 
     friend struct DemuxerCalls;
 };

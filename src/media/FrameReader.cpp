@@ -30,15 +30,6 @@ bool isTiff(std::string_view head) {
 /// Many JPEGs one after the other, which begin like one.
 bool isMotionJpeg(std::string const &path) { return endingOf(path) == ".mjpeg" || endingOf(path) == ".mjpg"; }
 
-void requireAllowed(std::string const &address) {
-    HostSettings const &host = hostSettings();
-    bool const camera = address.starts_with("v4l2:");
-    if (camera && !host.allowDevices)
-        throw Exception("'" + address + "' is a camera, which is read only where --allow-devices is given");
-    if (!camera && !host.allowNetwork)
-        throw Exception("'" + address + "' is an address, which is read only where --allow-network is given");
-}
-
 std::unique_ptr<Decoder> openFile(Source &input, ReadSettings const &settings) {
     std::string const head = input->head(16);
     std::unique_ptr<Decoder> decoder;
@@ -62,6 +53,15 @@ std::unique_ptr<Decoder> openAny(std::string const &path, ReadSettings const &se
 }
 
 } // namespace
+
+void requireAllowed(std::string const &address) {
+    HostSettings const &host = hostSettings();
+    bool const camera = address.starts_with("v4l2:");
+    if (camera && !host.allowDevices)
+        throw Exception("'" + address + "' is a camera, which is read only where --allow-devices is given");
+    if (!camera && !host.allowNetwork)
+        throw Exception("'" + address + "' is an address, which is read only where --allow-network is given");
+}
 
 struct FrameReader::Implementation {
     std::unique_ptr<Decoder> decoder;
@@ -128,5 +128,6 @@ bool FrameReader::next(WantedFrames wanted, Frames &frames) { return implementat
 bool FrameReader::skipTo(std::uint64_t index) { return implementation->skipTo(index); }
 std::int64_t FrameReader::time() const { return implementation->decoder->time; }
 std::int64_t FrameReader::duration() const { return implementation->decoder->duration; }
+std::int64_t FrameReader::start() const { return implementation->decoder->start; }
 
 } // namespace zun::media

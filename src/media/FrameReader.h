@@ -59,6 +59,9 @@ bool isStillName(std::string const &file);
 /// in a frame. Throws zun::Exception for settings that don't make sense.
 SourceInfo rawInfo(std::string const &path, ReadSettings const &settings, std::uint64_t &pixels);
 
+/// Throws zun::Exception for an address or camera that the host doesn't allow, with the flag that does.
+void requireAllowed(std::string const &address);
+
 /// What is being read, from its first frame on. Not thread-safe. All operations throw zun::Exception, with the file's
 /// name, for what can't be read.
 class FrameReader {
@@ -94,6 +97,7 @@ public:
     /// Of the frame that next() gave, in info().timeBase; the time is that from the first frame on.
     std::int64_t time() const;
     std::int64_t duration() const;
+    std::int64_t start() const; ///< the stamp of the file's first frame
 
 private:
     struct Implementation;

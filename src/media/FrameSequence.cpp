@@ -113,11 +113,12 @@ void FrameSequence::place(FrameSource &source) {
     source.info = info;
     source.file = entry.file;
     source.number = own.moving || reader->frameCount().value_or(0) > 1 ? reader->position() - 1 : entry.number;
-    source.time = source.duration = 0;
+    source.time = source.duration = source.start = 0;
     if (!info->moving) return;
     std::int64_t const step =
         info->rate.numerator == 0 ? 1 : rescale(1, {info->rate.denominator, info->rate.numerator}, info->timeBase);
     source.time = offset + (own.moving ? rescale(reader->time(), own.timeBase, info->timeBase) : 0);
+    source.start = rescale(reader->start(), own.timeBase, info->timeBase);
     source.duration = own.moving ? rescale(reader->duration(), own.timeBase, info->timeBase) : step;
     end = source.time + std::max<std::int64_t>(source.duration > 0 ? source.duration : step, 1);
 }

@@ -120,6 +120,8 @@ std::unique_ptr<Decoder> openPicture(Source &input) {
     AVInputFormat const *const format = av_probe_input_format3(&data, 1, &score);
     AVCodecID codec = AV_CODEC_ID_NONE;
     if (format != nullptr && std::string_view(format->name).ends_with("_pipe")) codec = codecOf(format->name);
+    if (std::string_view const pnm = pnmName({head.data(), static_cast<std::size_t>(length)}); !pnm.empty())
+        codec = avcodec_descriptor_get_by_name(std::string(pnm).c_str())->id;
     if (input->path().ends_with(".tga") && score < AVPROBE_SCORE_EXTENSION) codec = AV_CODEC_ID_TARGA;
     if (codec == AV_CODEC_ID_NONE || avcodec_find_decoder(codec) == nullptr) return nullptr;
     return std::make_unique<PictureDecoder>(std::move(input), codec);

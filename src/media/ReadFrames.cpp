@@ -315,6 +315,7 @@ private:
     }
 
     void foretellStream(ReadSettings const &read, Forecast &forecast) const {
+        if (path != "-" && FileList::isStream(path)) requireAllowed(path);
         SourceInfo info;
         if (!format.empty()) {
             std::uint64_t pixels = 0;

@@ -66,11 +66,7 @@ void SoundCopy::findStreams() {
     for (unsigned i = 0; i < input->nb_streams; i++)
         if (static_cast<int>(i) != audio) input->streams[i]->discard = AVDISCARD_ALL;
 
-    AVStream const *const pictures = video < 0 ? nullptr : input->streams[video];
-    bool const begins = pictures != nullptr && pictures->start_time != AV_NOPTS_VALUE;
-    std::int64_t const beginning =
-        begins ? av_rescale_q(pictures->start_time, pictures->time_base, sound->time_base) : 0;
-    start = beginning + av_rescale_q(first.time, rational(first.info->timeBase), sound->time_base);
+    start = av_rescale_q(first.start + first.time, rational(first.info->timeBase), sound->time_base);
 
     // Somewhat before, as seeking is not exact. Where it fails, the file is read from its beginning.
     if (first.time > 0) {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,7 @@ struct SourceInfo {
     bool interlaced = false;   ///< and not deinterlaced by the reader
     bool live = false;         ///< a camera or an address: it has no beginning to go back to
     std::string sound;         ///< codec of its sound, such as "aac"; empty for none, or none that can be copied
-    std::int64_t loops = 1;    ///< of an animation; 0: without end
+    std::optional<std::int64_t> loops; ///< how often an animation is played, 0: without end; none for anything else
 
     // Of the file, before what ReadFrames converts.
     int bitDepth = 8; ///< bits a channel
@@ -55,6 +56,7 @@ struct FrameSource {
                               ///< else the frame's place in the video, from 0
     std::int64_t time = 0;    ///< in info->timeBase, from the first frame of the source on; 0 for a picture
     std::int64_t duration = 0; ///< in info->timeBase; 0 where it is not known
+    std::int64_t start = 0;    ///< in info->timeBase: the stamp in the file, as its sound has it, of its first frame
 
     double seconds() const { return info == nullptr ? 0 : static_cast<double>(time) * info->timeBase.value(); }
 };

@@ -10,6 +10,7 @@ namespace zun::media {
 namespace {
 
 constexpr int hdRows = 720; ///< from here on BT.709 is the usual matrix
+constexpr int slowRate = 20;
 
 enum class Loss { Always, Never, ByChoice };
 
@@ -279,7 +280,9 @@ av::Codec openEncoder(std::string const &file, OutputFormat const &format, Write
     codec->flags |= AV_CODEC_FLAG_BITEXACT;
     if ((av_guess_format(format.muxer, nullptr, nullptr)->flags & AVFMT_GLOBALHEADER) != 0)
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    if (format.name == "avi") codec->max_b_frames = 0; // its packets have no times of their own
+    // The packets of an AVI have no times of their own; and MP4 states how long a frame lasts only where frames are
+    // stored in the order in which they are shown, which shows in an animation.
+    if (format.name == "avi" || (!form.even && av_q2d(form.rate) < slowRate)) codec->max_b_frames = 0;
     if (chosen.id == AV_CODEC_ID_HEVC && format.trimsSound) codec->codec_tag = MKTAG('h', 'v', 'c', '1');
     setColour(*codec, form);
     av::Settings options;

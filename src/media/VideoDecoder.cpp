@@ -12,6 +12,7 @@
 namespace zun::media {
 namespace {
 
+constexpr char const *unreadable = "a part of its data can't be read";
 constexpr unsigned mostThreads = 16; // more of them need much memory and gain little
 
 class VideoDecoder final : public Decoder {
@@ -25,6 +26,7 @@ class VideoDecoder final : public Decoder {
 
     std::uint64_t given = 0;   ///< frames that were given
     std::uint64_t skipped = 0; ///< damaged frames that were left out
+    bool gap = false;          ///< damaged data was left out that no frame was made of
     std::string fault;         ///< of data; told when the frames before are given
     std::uint64_t passed = 0;  ///< packets before the first key frame
     bool begun = false, draining = false, ended = false;
@@ -149,15 +151,19 @@ private:
     void finish() {
         ended = true;
         if (!fault.empty()) tellFault();
-        if (skipped != 0) warnOnce(demuxer.name() + ": " + std::to_string(skipped) + " damaged frames were left out");
+        if (skipped != 0)
+            warnOnce(demuxer.name() + ": " + std::to_string(skipped) +
+                     (skipped == 1 ? " damaged frame was left out" : " damaged frames were left out"));
+        if (gap) warnOnce(demuxer.name() + ": damaged data between frames was left out, and the frames in it");
         if (given == 0 && skipped == 0 && fault.empty())
             throw Exception(demuxer.name() + " has no frame that can be decoded");
     }
 
     /// Of data, at the frame after those that were given. `fault` ends the stream once the frames before are out.
-    void meetDamage(std::string const &why) {
+    void meetDamage(std::string const &why, bool ofFrame = true) {
         if (settings.damaged == Damaged::Skip) {
-            skipped++;
+            if (ofFrame) skipped++;
+            gap = gap || !ofFrame;
             return;
         }
         if (fault.empty()) fault = why;
@@ -182,14 +188,19 @@ private:
         for (int errors = 0; !draining;) {
             int const read = demuxer.read(*packet);
             if (read == AVERROR_EOF) {
-                if (demuxer.isCutShort()) meetDamage("the file ends before its frames do");
+                if (demuxer.isCutShort())
+                    meetDamage("the file ends before its frames do");
+                else if (demuxer.hasGap())
+                    meetDamage(unreadable, false);
                 return endOfData();
             }
             if (read < 0) {
-                meetDamage(av::reason(read));
+                if (errors == 0) meetDamage(av::reason(read));
                 if (++errors == mostReadErrors || demuxer.isLive()) endOfData();
                 continue;
             }
+            if (begun && demuxer.hasGap()) meetDamage(unreadable, false);
+            if (draining) return av_packet_unref(packet.get());
             bool const waits = waitsForKey(*packet), cut = !waits && (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
             if (cut) meetDamage("a part of its data is missing");
             int const sent = waits || cut ? 0 : avcodec_send_packet(codec.get(), packet.get());
@@ -210,6 +221,7 @@ private:
                 stream.time_base);
         if (stamp == AV_NOPTS_VALUE) stamp = firstTime == AV_NOPTS_VALUE ? 0 : firstTime + nextTime;
         if (firstTime == AV_NOPTS_VALUE) firstTime = stamp;
+        start = firstTime;
         time = stamp - firstTime;
         if (given != 0 && time <= lastTime) time = nextTime; // stamps that go back are no times
         duration = std::max<std::int64_t>(step, 0);

@@ -116,6 +116,7 @@ VideoTimes::Span VideoTimes::sourceSpan(FrameSource const &source) {
     span.duration = std::max<std::int64_t>(span.duration, 1);
     double const away = double(relative) * info.timeBase.value() - double(span.start - offset) * av_q2d(base);
     bool const regular = span.start == frames && std::abs(away) <= info.timeBase.value();
+    if (frameUnits > 1 && goesOn && span.start <= last.start) span.start = last.start + 1; // the place was taken
     if (spacing == OutputFormat::Spacing::Even && !regular) failToPlace(source, frames);
     if (frames > 0 && span.start <= last.start) failToPlace(source, last.start + 1);
     return span;

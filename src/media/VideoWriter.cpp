@@ -54,6 +54,7 @@ struct VideoWriter::Implementation {
     std::map<std::int64_t, std::int64_t> durations; ///< of frames in the encoder, by their times
     std::deque<av::Packet> waiting;                 ///< sound that comes after the encoder's last packet
     std::int64_t end = 0;                           ///< of the last frame
+    std::optional<std::int64_t> plays;              ///< of a GIF made of an animation
 
     Implementation(std::string const &name, std::unique_ptr<PartialFile> partial, Pixels const &first,
                    FrameSource const *source, WriteSettings const &settings)
@@ -64,6 +65,7 @@ struct VideoWriter::Implementation {
         bool const copies = source != nullptr && source->info != nullptr && settings.audio == "copy" &&
                             keepsPace(source->info.get(), settings) && source->info->files.size() == 1 &&
                             takesSound(format, source->info->sound);
+        if (format.name == "gif" && source != nullptr && source->info != nullptr) plays = source->info->loops;
         if (copies) sound.emplace(name, *source, format.trimsSound);
         try {
             open();
@@ -88,6 +90,7 @@ struct VideoWriter::Implementation {
         output->pb = sink->context();
         av::Settings settings;
         if (place == nullptr && format.trimsSound) settings.set("movflags", "frag_keyframe+empty_moov");
+        if (plays) settings.set("loop", std::to_string(*plays == 1 ? -1 : *plays == 0 ? 0 : *plays - 1));
         check(avformat_write_header(output, settings.get()));
     }
 

@@ -131,7 +131,41 @@ bool isMp4Cut(Input const &input) {
     return false;
 }
 
+/// Whether the file ends within a block. One without the mark at the end, but with whole blocks, is whole.
+bool isGifCut(Input const &input) {
+    constexpr unsigned char extension = 0x21, image = 0x2C, hasTable = 0x80;
+    std::uint64_t place = 0;
+    bool ended = false;
+    auto const take = [&](std::uint64_t count) { // the last of so many bytes
+        unsigned char last = 0;
+        ended = ended || input.readAt(place + count - 1, &last, 1) == 0;
+        place += count;
+        return last;
+    };
+    auto const passTable = [&](unsigned char flags) {
+        if ((flags & hasTable) != 0) take(std::uint64_t(6) << (flags & 7));
+    };
+    unsigned char const flags = take(11);
+    take(2);
+    passTable(flags);
+    while (!ended && place < input.size()) {
+        unsigned char const kind = take(1);
+        if (kind != extension && kind != image) return false; // the end, or damage
+        if (kind == image) passTable(take(9));
+        take(1);
+        while (unsigned char const length = ended ? 0 : take(1)) take(length);
+    }
+    return ended;
+}
+
 } // namespace
+
+std::string_view pnmName(std::string_view head) {
+    constexpr std::array<std::string_view, 7> names{"pbm", "pgm", "ppm", "pbm", "pgm", "ppm", "pam"};
+    bool const known = head.size() > 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '7' &&
+                       std::string_view(" \t\r\n").find(head[2]) != std::string_view::npos;
+    return known ? names[static_cast<std::size_t>(head[1] - '1')] : std::string_view();
+}
 
 PngFacts pngFacts(Input const &input) {
     constexpr std::uint32_t checksum = 4;
@@ -187,6 +221,7 @@ bool isCutShort(Input const &input) {
     }
     if (head.starts_with("\x1A\x45\xDF\xA3")) return isMatroskaCut(head, input.size());
     if (head.substr(4, 4) == "ftyp") return isMp4Cut(input);
+    if (head.starts_with("GIF8")) return isGifCut(input);
     return false;
 }
 

@@ -13,6 +13,9 @@ namespace zun::media {
 
 inline constexpr std::string_view pngSignature = "\x89PNG\r\n\x1a\n";
 
+/// FFmpeg's name for the kind of PBM, PGM, PPM or PAM that begins so, on one line or several; empty for anything else.
+std::string_view pnmName(std::string_view head);
+
 struct PngFacts {
     bool whole = false; ///< the file reaches the chunk at its end
     bool animated = false;
@@ -41,7 +44,7 @@ Orientation orientationOfWebp(std::string_view bytes);
 bool isAnimatedWebp(std::string_view bytes);
 
 /// Whether the chunk that holds all of a RIFF file, such as WebP and AVI, or the segments of a Matroska file, or the
-/// boxes of an MP4 file, end after the file does.
+/// boxes of an MP4 file, or the blocks of a GIF, end after the file does.
 bool isCutShort(Input const &input);
 
 } // namespace zun::media

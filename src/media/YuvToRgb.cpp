@@ -172,12 +172,14 @@ __attribute__((target("arch=x86-64-v4"))) void convertByAvx512(AVFrame const &pi
 }
 #endif
 
-ConvertAll *chooseConversion() {
+/// The plain form first, the fastest last.
+std::vector<ConvertAll *> conversions() {
+    std::vector<ConvertAll *> all{convertPlainly};
 #ifdef ZUN_HAS_TARGETS
-    if (__builtin_cpu_supports("x86-64-v4")) return convertByAvx512;
-    if (__builtin_cpu_supports("x86-64-v3")) return convertByAvx2;
+    if (__builtin_cpu_supports("x86-64-v3")) all.push_back(convertByAvx2);
+    if (__builtin_cpu_supports("x86-64-v4")) all.push_back(convertByAvx512);
 #endif
-    return convertPlainly;
+    return all;
 }
 
 } // namespace
@@ -189,12 +191,17 @@ bool YuvToRgb::takes(AVFrame const &picture) {
            picture.height >= least;
 }
 
+std::size_t YuvToRgb::formCount() {
+    static std::size_t const count = conversions().size();
+    return count;
+}
+
 void YuvToRgb::convert(AVFrame const &picture, unsigned char *to) {
-    static ConvertAll *const convertAll = chooseConversion();
+    static std::vector<ConvertAll *> const all = conversions();
     auto const width = static_cast<std::size_t>(picture.width);
     chroma.resize(2 * ringRows * width);
     bytes.resize(3 * width); // a row of each colour, or, before, one of chroma with its padding
-    convertAll(picture, matrixOf(picture), chroma.data(), bytes.data(), to);
+    all.at(form)(picture, matrixOf(picture), chroma.data(), bytes.data(), to);
 }
 
 } // namespace zun::media

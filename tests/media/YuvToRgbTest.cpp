@@ -3,6 +3,7 @@
 #include <array>
 #include <random>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -44,7 +45,8 @@ TEST(YuvToRgb, GivesTheBitsOfFfmpeg) {
         Case{96, 64, yuv, AVCOL_SPC_SMPTE240M, AVCOL_RANGE_MPEG},
         Case{98, 66, yuv, AVCOL_SPC_FCC, AVCOL_RANGE_JPEG},
     };
-    YuvToRgb conversion;
+    std::vector<YuvToRgb> conversions;
+    for (std::size_t form = 0; form < YuvToRgb::formCount(); form++) conversions.emplace_back(form);
     for (Case const &one : cases) {
         SCOPED_TRACE(std::to_string(one.width) + "x" + std::to_string(one.height));
         av::Frame const picture = av::makeFrame(one.width, one.height, one.format);
@@ -55,11 +57,15 @@ TEST(YuvToRgb, GivesTheBitsOfFfmpeg) {
         av::Frame const expected = av::convert(*picture, AV_PIX_FMT_RGB24);
         std::size_t const rowBytes = 3 * static_cast<std::size_t>(one.width);
         std::string rgb(rowBytes * static_cast<std::size_t>(one.height), '\0');
-        conversion.convert(*picture, reinterpret_cast<unsigned char *>(rgb.data()));
-        for (int row = 0; row < one.height; row++) {
-            auto const *const from = reinterpret_cast<char const *>(expected->data[0] + row * expected->linesize[0]);
-            ASSERT_TRUE(rgb.compare(static_cast<std::size_t>(row) * rowBytes, rowBytes, from, rowBytes) == 0)
-                << "row " << row;
+        for (std::size_t form = 0; form < YuvToRgb::formCount(); form++) {
+            conversions[form].convert(*picture, reinterpret_cast<unsigned char *>(rgb.data()));
+            for (int row = 0; row < one.height; row++) {
+                auto const *const from =
+                    reinterpret_cast<char const *>(expected->data[0] + row * expected->linesize[0]);
+                ASSERT_TRUE(rgb.compare(static_cast<std::size_t>(row) * rowBytes, rowBytes, from, rowBytes) == 0)
+                    << "form " << form << ", row " << row;
+            }
+            rgb.assign(rgb.size(), '\0');
         }
     }
 }

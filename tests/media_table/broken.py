@@ -52,6 +52,16 @@ class Broken:
             self.after(trial)
 
 
+def lost_chunk(trial):
+    """The eleventh frame of an AVI, which its index lists, can't be found."""
+    data = bytearray((trial.folder / "a.avi").read_bytes())
+    place = data.index(b"movi")
+    for _ in range(11):
+        place = data.index(b"00dc", place + 4)
+    data[place:place + 8] = b"\x55" * 8
+    (trial.folder / "a.avi").write_bytes(data)
+
+
 def keep_part(file, share):
     def cut(trial):
         data = (trial.folder / file).read_bytes()
@@ -219,6 +229,11 @@ def films():
         *(Broken(f"noise in the middle of a film, {ending}", noisy(f"a.{ending}"), copier(f"a.{ending}", "out.mkv"),
                  (f"a\\.{ending}", "damaged"), ("out.mkv",), after=early("out.mkv", 60), quick=ending == "mp4")
           for ending in ("mp4", "mkv", "ts")),
+        Broken("noise over the head of a chunk of an AVI", both(filmed("a.avi", *video(), "-c:v", "mjpeg"), lost_chunk),
+               copier("a.avi", "out.mkv"), ("a\\.avi", "damaged at frame 10"), ("out.mkv",), after=whole("out.mkv", 10)),
+        *(Broken(f"a {ending} without its end", both(filmed(f"a.{ending}", *video()), keep_part(f"a.{ending}", 0.5)),
+                 copier(f"a.{ending}", "out.mkv"), (f"a\\.{ending}", "ends before"), ("out.mkv",),
+                 after=early("out.mkv", 30)) for ending in ("gif", "y4m")),
         Broken("an empty film", wrote("a.mp4", b""), copier("a.mp4", "out.mkv"), ("a\\.mp4",)),
         Broken("a text under the name of a film", wrote("a.mkv", b"This is a text.\n" * 400), copy, ("a\\.mkv",)),
         Broken("sound alone", filmed("a.m4a", *sound(), *aac), copier("a.m4a", "out.mkv"), ("a\\.m4a",)),

@@ -2,6 +2,8 @@
 
 import dataclasses
 
+from PIL import Image
+
 from tools import bare_frames, compare_frames, copier, frames_of, probe, writer
 
 exact = {"lossless": True}
@@ -118,6 +120,14 @@ class LyingHeader(Clip):
         (trial.folder / self.source).write_bytes(data)
 
 
+class Plays(Clip):
+    """An animation is played as often as before."""
+
+    def compare_pixels(self, trial, size):
+        loops = [Image.open(trial.path(name)).info.get("loop") for name in (self.source, self.written)]
+        trial.equal("loops", loops[1], loops[0])
+
+
 def rotated(degrees):
     return [talking, ["-i", "{0}", "-c", "copy", "-metadata:s:v:0", f"rotate={degrees}"]]
 
@@ -182,6 +192,8 @@ def rows():
         Clip("a GIF with delays", "a.gif", [*video(10), "-vf", "setpts='(N+floor(N/2))/10/TB'", "-vsync", "vfr"],
              time_error=0.011, differs=uneven, loss=14),
         Clip("a GIF to a GIF", "a.gif", [*video(10)], "written.gif", loss=30, time_error=0.011),
+        *(Plays(f"a GIF that is played {words}", "a.gif", [*video(10), "-loop", loop], "written.gif", loss=30,
+                time_error=0.011) for words, loop in (("once", "-1"), ("without end", "0"), ("four times", "3"))),
         Clip("an animated PNG", "a.apng", [*video(10), "-f", "apng", "-plays", "0"]),
         Clip("interlaced frames, left as they are", "a.mp4", interlaced, says=("interlaced", "deinterlace")),
         Deinterlaced("interlaced frames, deinterlaced", "a.mp4", interlaced, reading={"deinterlace": True}),
