@@ -387,7 +387,7 @@ TEST_F(Inputs, WithABrokenTailAreReadUpToIt) {
             Read const read = readAll(file("cut-" + name, {{"damaged", how}}));
             EXPECT_EQ(read.failure, "no failure");
             EXPECT_EQ(read.frames.size(), count);
-            expectParts(warnings.at(0), {"cut-" + name, how == std::string("stop") ? "ends there" : "were left out"});
+            expectParts(warnings.at(0), {"cut-" + name, how == std::string("stop") ? "ends there" : "left out"});
         }
         std::string scratched = whole;
         for (std::size_t i = whole.size() / 2; i < whole.size() / 2 + 3000; i += 3) scratched[i] ^= '\x5A';

@@ -1,4 +1,5 @@
 // What WriteFrames writes, as ffprobe, ffmpeg and Pillow read it.
+#include <cmath>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -126,7 +127,10 @@ struct Outputs : testing::Test {
     std::vector<FrameSource> framesOf(SourceInfo const &info, std::int64_t first, std::int64_t last) const {
         std::vector<std::int64_t> times;
         for (std::int64_t frame = first; frame < last; frame++) times.push_back(frame * 1024);
-        return at(info, times);
+        std::vector<FrameSource> sources = at(info, times);
+        std::int64_t const start = std::llround(frameTimes(info.files[0]).at(0) * 10'240);
+        for (FrameSource &source : sources) source.start = start;
+        return sources;
     }
 
     std::mt19937 random{7};

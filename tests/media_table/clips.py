@@ -1,6 +1,7 @@
 """Videos and animations: read, written, read again."""
 
 import dataclasses
+import json
 
 from PIL import Image
 
@@ -108,6 +109,25 @@ class CutInTheMiddle(Clip):
         (trial.folder / self.source).write_bytes(whole[len(whole) // 2 // 188 * 188:])
 
 
+def probed(trial, file, *words):
+    return json.loads(trial.make("ffprobe", "-v", "quiet", "-of", "json", *words, file))
+
+
+class KeyFrameLate(CutInTheMiddle):
+    """What comes before the first key frame is passed over, and so is the sound beside it."""
+
+    def run(self, trial):
+        self.prepare(trial)
+        trial.run(copier(self.source, self.written))
+        words = ("-select_streams", "a", "-show_data_hash", "md5", "-show_entries", "packet=pts_time,data_hash")
+        heard = {name: {part["data_hash"]: float(part["pts_time"]) for part in probed(trial, name, *words)["packets"]}
+                 for name in (self.source, self.written)}
+        shown = probed(trial, self.source, "-select_streams", "v", "-show_entries", "packet=pts_time,flags")["packets"]
+        begin = min(float(part["pts_time"]) for part in shown if "K" in part["flags"])
+        late = [heard[self.source][part] - begin - time for part, time in heard[self.written].items()]
+        trial.expect(len(late) > 10 and max(map(abs, late)) < 0.003, f"sound is {late} s off")
+
+
 class LyingHeader(Clip):
     """The container states ten times as many frames as it has."""
 
@@ -137,6 +157,7 @@ def rows():
     moving = "testsrc2=size=96x64:rate=50:duration=1,gblur=sigma=1:sigmaV=30,scroll=horizontal=0.08"
     interlaced = ["-f", "lavfi", "-i", moving + ",tinterlace=interleave_top,fieldorder=tff", "-c:v", "libx264", "-flags",
                   "+ildct+ilme", "-x264opts", "tff=1", "-pix_fmt", "yuv420p", "-top", "1"]
+    sweep = ["-f", "lavfi", "-i", "aevalsrc=sin(2*PI*t*(200+200*t)):d=4"]  # no two packets are alike
     uneven = {"rate": None}  # what a container states as the rate depends on how it averages
     varied = [*video(filters=f",{odd_delays}"), "-vsync", "vfr"]
     dull = {"sound": None, "sound_duration": 0.0, "start_gap": 0.0}
@@ -188,6 +209,8 @@ def rows():
              [[*talking, "-g", "30", "-bf", "2"], ["-ss", "0.4", "-i", "{0}", "-c", "copy"]]),
         CutInTheMiddle("a transport stream from its middle", "a.ts",
                        [*video(seconds=3), *sound(3), *x264, "-g", "15", *aac]),
+        KeyFrameLate("sound of a stream that begins long before its first key frame", "a.ts",
+                     [*video(seconds=4), *sweep, *x264, "-g", "75", "-c:a", "mp2"], "written.mkv"),
         LyingHeader("a header that states too many frames", "a.avi", [*video(), "-c:v", "mjpeg", "-q:v", "3"]),
         Clip("a GIF with delays", "a.gif", [*video(10), "-vf", "setpts='(N+floor(N/2))/10/TB'", "-vsync", "vfr"],
              time_error=0.011, differs=uneven, loss=14),
