@@ -20,7 +20,7 @@ struct OutputFormat {
     PictureFormat picture = PictureFormat::None;
 
     // Of a video.
-    char const *muxer = nullptr;    ///< FFmpeg's name
+    char const *muxer = nullptr;      ///< FFmpeg's name
     std::string_view codec{};         ///< for codec: auto
     std::string_view losslessCodec{}; ///< the same, with lossless: true; "" for none
     Spacing spacing = Spacing::Any;
