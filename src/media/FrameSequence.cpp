@@ -46,7 +46,6 @@ void FrameSequence::describe() {
     if (list.isList) {
         shared->files.clear();
         for (FileList::Entry const &entry : list.files) shared->files.push_back(entry.file);
-        if (list.files.size() > 1) shared->sound.clear(); // several can't be copied into one
     }
     info = std::move(shared);
 }

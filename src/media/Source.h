@@ -31,12 +31,12 @@ struct SourceInfo {
     bool moving = false;            ///< frames follow one another in time: a video, an animation, a stream
 
     // Of something that moves.
-    Rational rate;             ///< frames a second on average; 0 where none is stated
-    Rational timeBase{1, 1};   ///< what FrameSource::time counts, in seconds
-    bool variableRate = false; ///< the frames are not evenly spaced, as far as the file says
-    bool interlaced = false;   ///< and not deinterlaced by the reader
-    bool live = false;         ///< a camera or an address: it has no beginning to go back to
-    std::string sound;         ///< codec of its sound, such as "aac"; empty for none, or none that can be copied
+    Rational rate;                     ///< frames a second on average; 0 where none is stated
+    Rational timeBase{1, 1};           ///< what FrameSource::time counts, in seconds
+    bool variableRate = false;         ///< the frames are not evenly spaced, as far as the file says
+    bool interlaced = false;           ///< and not deinterlaced by the reader
+    bool live = false;                 ///< a camera or an address: it has no beginning to go back to
+    std::string sound;                 ///< codec, such as "aac"; empty for none. Of several files, the first one's
     std::optional<std::int64_t> loops; ///< how often an animation is played, 0: without end; none for anything else
 
     // Of the file, before what ReadFrames converts.

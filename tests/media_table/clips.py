@@ -229,8 +229,21 @@ def rows():
              differs={"rate": 10.0, "duration": 3.0, "times": [n / 10 for n in range(30)]}),
         Clip("a constant rate from a variable one", "a.mkv", [*varied, *x264], writing={"times": "constant", "fps": 25},
              pixels=False, differs={"rate": 25.0, "duration": 30 / 25, "times": [n / 25 for n in range(30)]}),
+        Listed("a list of two clips", "a.mp4", talking, says=("leaves out the sound", "several files")),
         Unsayable("a variable rate in AVI", "a.mkv", [*varied, *x264], "written.avi", says=("constant",)),
     ]
+
+
+class Listed(Clip):
+    """One clip twice, one after the other, without its sound, which is said."""
+
+    def run(self, trial):
+        self.prepare(trial)
+        (trial.folder / "both.txt").write_text(f"{self.source}\n{self.source}\n")
+        trial.says(trial.run(copier("both.txt", self.written)), self.says)
+        once, twice = probe(trial, self.source), probe(trial, self.written)
+        trial.equal("count", twice.count, 2 * once.count)
+        trial.equal("sound", twice.sound, None)
 
 
 class Unsayable(Clip):
