@@ -178,12 +178,25 @@ public:
             if (forecast.problems.empty()) forecastOutput(path, settings(), info, forecast);
             if (info == nullptr) return forecast;
             if (auto const clash = names.clash(*info)) forecast.problems.push_back(clash->text());
+            tellFiles(names, *info, forecast.files);
         } catch (Exception const &) { // is among the problems
         }
         return forecast;
     }
 
 private:
+    /// The files themselves, where they are named after those of the source, and few.
+    static void tellFiles(OutputName const &names, SourceInfo const &source, std::vector<FileUse> &files) {
+        constexpr std::size_t few = 500;
+        if (!names.needsSource() || names.variesByTick() || source.files.size() > few) return;
+        FrameSource frame;
+        for (std::string const &input : source.files) {
+            frame.file = input;
+            std::string const output = names.file(0, &frame);
+            files.push_back({FileUse::Access::Write, output, "", false, output});
+        }
+    }
+
     WriteSettings settings() const {
         return {container, codec,   lossless,    quality, subsampling, pngLevel, crf,
                 preset,    bitRate, pixelFormat, threads, rate,        times,    audio};

@@ -98,6 +98,17 @@ TEST_F(Outputs, OfKilledRunsAreCleanedAwayButNotOfLivingOnes) {
                    {"'no' doesn't exist. The working folder '", "no partial files removed"});
 }
 
+TEST_F(Outputs, OfTwoWritersAreHeldAgainstOneAnotherUnderTheirNames) {
+    fs::copy(photo, folder / "cup.png");
+    folder.write("two.yaml", R"(nodes:
+  - {type: ReadFrames, outputs: {rgb: cup}, options: {path: cup.png}}
+  - {type: WriteFrames, name: first, inputs: {frames: cup}, options: {path: "{stem}-out.png"}}
+  - {type: WriteFrames, name: second, inputs: {frames: cup}, options: {path: "${to}"}}
+)");
+    expectOneError(zun("run two.yaml -D to=cup-out.png", folder), {"'second'", "'cup-out.png'", "'first'"});
+    EXPECT_EQ(zun("run two.yaml -D to=cup-two.png", folder).status, 0);
+}
+
 TEST_F(Outputs, SurviveAHangUpThatTheRunWasStartedToIgnore) {
     auto const before = std::signal(SIGHUP, SIG_IGN);
     start();
