@@ -38,7 +38,7 @@ struct FileList {
     /// The files that a node reads under such a path, for its forecast; asks the disk as little as possible.
     static FileUse use(std::string const &path);
 
-    /// Whether a path names one stream or device, which is no file.
+    /// Whether a path names a stream or device, and not a file.
     static bool isStream(std::string const &path);
 
     std::vector<Entry> files;

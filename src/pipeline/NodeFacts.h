@@ -69,7 +69,7 @@ struct FileUse {
     enum class Access { Read, Write };
 
     Access access = Access::Read;
-    std::string beforeNumber; ///< the whole path, where there is no number
+    std::string beforeNumber; ///< or the whole path, if it has no number
     std::string afterNumber;
     bool numbered = false;
 
