@@ -134,9 +134,9 @@ double secondsOf(engine::Description const &description, Tick ticks, unsigned th
     engine::RunOptions options;
     options.threads = threads;
     options.end = ticks;
-    engine::Progress progress;
+    engine::RunControl control;
     auto const begin = std::chrono::steady_clock::now();
-    engine::run(engine::check(description), options, progress);
+    engine::run(engine::check(description), options, control);
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <thread>
 
-#include "run/Run.h"
+#include "run/Progress.h"
 
 namespace zun::cli {
 

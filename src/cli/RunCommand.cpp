@@ -18,6 +18,7 @@
 #include "cli/Text.h"
 #include "description/Scalars.h"
 #include "description/Setting.h"
+#include "run/Progress.h"
 #include "run/Run.h"
 #include "vexa_core/MatAlloc.h"
 
@@ -86,11 +87,14 @@ void printStatistics(engine::Progress const &progress) {
 }
 
 /// Runs and returns the ticks that were run.
-Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, engine::Progress &progress) {
-    Interrupt const interrupt(progress.stop);
+Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, engine::Progress &progress,
+                engine::RunControl &control) {
+    Interrupt const interrupt(control.stop);
     std::optional<ProgressDisplay> display;
     if (arguments.progress) display.emplace(progress);
-    return engine::run(graph, arguments.options, progress);
+    engine::RunOptions options = arguments.options;
+    options.observer = &progress;
+    return engine::run(graph, options, control);
 }
 
 int runDescription(RunArguments const &arguments) {
@@ -100,12 +104,13 @@ int runDescription(RunArguments const &arguments) {
     if (!graph.passed()) return failed;
 
     engine::Progress progress;
+    engine::RunControl control;
     auto const start = std::chrono::steady_clock::now();
     int status = fine;
     try {
-        Tick const ticks = runWatched(arguments, graph, progress);
+        Tick const ticks = runWatched(arguments, graph, progress, control);
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
-        if (progress.stop) {
+        if (control.stop) {
             printError("stopped after " + counted(ticks, "tick") + "; what was written for them is complete");
             status = failed;
         } else if (ticks == 0) {

@@ -19,6 +19,7 @@ struct RunPlan {
     std::uint64_t seed = 0;
     std::uint64_t maxBytes = 0;
     bool trust = false;
+    Observer *observer = nullptr;
 };
 
 struct Failure {
@@ -43,7 +44,7 @@ public:
     virtual ~Executor() = default;
 
     /// Runs nodes that are initialised, from the plan's first tick on. Returns with no thread left.
-    virtual Outcome run(RunNodes &nodes, RunPlan const &plan, Progress &progress) = 0;
+    virtual Outcome run(RunNodes &nodes, RunPlan const &plan, RunControl &control) = 0;
 };
 
 std::unique_ptr<Executor> makeExecutor(RunOptions::Executor kind);

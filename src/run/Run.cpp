@@ -74,9 +74,31 @@ Tick findEnd(RunNodes &run, RunOptions const &options) {
     return end;
 }
 
+/// Tells the observer of the run's begin, failure and end.
+class Report {
+public:
+    Report(Graph const &runGraph, RunPlan const &plan) : graph(runGraph), observer(plan.observer) {
+        Tick const total = plan.end != endless && plan.end > plan.first ? plan.end - plan.first : 0;
+        if (observer != nullptr) observer->runBegins(graph, plan.threads, plan.first, total);
+    }
+
+    void end(Outcome const &outcome, Tick ticks) const {
+        if (observer == nullptr) return;
+        if (std::optional<Failure> const &failure = outcome.failure) {
+            GraphNode const *const node = failure->node.empty() ? nullptr : &graph.nodes[failure->index];
+            observer->runFailed(node, failure->tick, failure->message);
+        }
+        observer->runEnded(ticks);
+    }
+
+private:
+    Graph const &graph;
+    Observer *const observer;
+};
+
 } // namespace
 
-Tick run(Graph const &graph, RunOptions const &options, Progress &progress) {
+Tick run(Graph const &graph, RunOptions const &options, RunControl &control) {
     TaskState state;
     RunNodes nodes(graph, state);
     state.setNodes(&nodes);
@@ -91,16 +113,19 @@ Tick run(Graph const &graph, RunOptions const &options, Progress &progress) {
     plan.seed = options.seed;
     plan.maxBytes = options.maxBytes != 0 ? options.maxBytes : quarterOfMemory();
     plan.trust = options.trust;
-    if (plan.end != endless && plan.end > plan.first) progress.ticksTotal = plan.end - plan.first;
+    plan.observer = options.observer;
 
-    Outcome const outcome = makeExecutor(options.executor)->run(nodes, plan, progress);
+    Report const report(graph, plan);
+    Outcome const outcome = makeExecutor(options.executor)->run(nodes, plan, control);
+    Tick const ticks = outcome.doneBelow > plan.first ? outcome.doneBelow - plan.first : 0;
+    report.end(outcome, ticks);
     std::optional<Failure> const flushFailure = lifetimes.flush(outcome.nodeDoneBelow);
     if (outcome.failure) {
         std::string const more = flushFailure ? "\n" + flushFailure->message : "";
         throw RunError(outcome.failure->message + more, outcome.failure->node, outcome.failure->tick);
     }
     if (flushFailure) throw RunError(flushFailure->message, flushFailure->node, outcome.doneBelow);
-    return outcome.doneBelow > plan.first ? outcome.doneBelow - plan.first : 0;
+    return ticks;
 }
 
 } // namespace zun::engine

@@ -1,26 +1,17 @@
 // Running a pipeline.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "graph/Graph.h"
 #include "pipeline/Tick.h"
+#include "run/Control.h"
+#include "run/Observer.h"
 
 namespace zun::engine {
-
-/// A new value for an option of a node, from a tick on. The node takes it when none of its ticks is running.
-struct OptionChange {
-    Tick from = 0;
-    std::string node; ///< its name
-    std::string option;
-    OptionNode value;
-};
 
 struct RunOptions {
     enum class Executor {
@@ -37,15 +28,7 @@ struct RunOptions {
     std::uint64_t maxBytes = 0; ///< bytes in flight on all streams together; 0: a quarter of the machine's memory
     bool trust = false;         ///< run nodes without their guards
     std::vector<OptionChange> changes = {};
-};
-
-/// Where a run stands; may be read from another thread.
-struct Progress {
-    std::atomic<Tick> ticksDone = 0;  ///< ticks that every node has processed
-    std::atomic<Tick> ticksTotal = 0; ///< 0 while it is not known
-    std::atomic<std::uint64_t> bytesInFlight = 0;
-    std::atomic<std::uint64_t> bytesPeak = 0;
-    std::atomic<bool> stop = false; ///< set by the host to end the run early: ticks that began are completed
+    Observer *observer = nullptr; ///< sees what the run does
 };
 
 /// A node failed, or the run can't go on. The message names node, tick and stream.
@@ -64,6 +47,6 @@ public:
 /// Throws RunError for the lowest tick at which a node failed; every node has then processed the ticks before, been
 /// flushed, and no thread is left. Throws zun::Exception if the graph has errors, a node can't be built, an option
 /// change names none or can't be converted, or the run would have no end.
-Tick run(Graph const &graph, RunOptions const &options, Progress &progress);
+Tick run(Graph const &graph, RunOptions const &options, RunControl &control);
 
 } // namespace zun::engine

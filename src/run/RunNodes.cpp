@@ -43,9 +43,9 @@ void RunNodes::build(GraphNode const &wiring, PipelineState &state) {
     entry.generator = node.isGenerator();
 }
 
-RunNode::Change const &RunNode::takeChange() {
-    Change const &taken = changes[changesStarted++];
-    nextChange = changesStarted < changes.size() ? changes[changesStarted].from : endless;
+std::shared_ptr<RunNode::Change const> RunNode::takeChange() {
+    std::shared_ptr<Change const> const taken = changes[changesStarted++];
+    nextChange = changesStarted < changes.size() ? changes[changesStarted]->from : endless;
     return taken;
 }
 
@@ -64,9 +64,24 @@ void RunNodes::addChange(OptionChange const &change) {
         throw Exception("an option change names '" + change.option + "', which node " + node->label + " doesn't have" +
                         suggestion(change.option, keysOf(type.specification.options)));
     auto const later = std::find_if(node->changes.begin(), node->changes.end(),
-                                    [&](RunNode::Change const &other) { return other.from > change.from; });
-    node->changes.insert(later, {change.from, change.option, option->conversion.convert(change.value)});
-    node->nextChange = node->changes.front().from;
+                                    [&](auto const &other) { return other->from > change.from; });
+    node->changes.insert(
+        later, std::make_shared<RunNode::Change>(RunNode::Change{change.from, change.option, change.value.text,
+                                                                 option->conversion.convert(change.value)}));
+    node->nextChange = node->changes[node->changesStarted]->from;
+}
+
+void RunNodes::adoptChanges(RunControl &control, Tick tick) {
+    control.makeChanges([&](OptionChange change) {
+        RunControl::Answer answer{std::move(change), ""};
+        answer.change.from = tick;
+        try {
+            addChange(answer.change);
+        } catch (std::exception const &error) {
+            answer.refusal = error.what();
+        }
+        return answer;
+    });
 }
 
 std::uint64_t RunNodes::bufferedOn(std::string const &stream) const {

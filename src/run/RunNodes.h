@@ -21,14 +21,16 @@ struct RunNode {
     struct Change {
         Tick from = 0;
         std::string option;
+        std::string text; ///< of the value, as it was given
         std::shared_ptr<Variant> value;
     };
+    using Changes = std::vector<std::shared_ptr<Change const>>;
 
     GraphNode const *wiring = nullptr;
     std::string label;                           ///< 'name' (Type), for messages
     std::vector<std::string_view> reads, writes; ///< names of the streams, in the order of the wiring
     std::unique_ptr<PipelineNode> node;
-    std::vector<Change> changes;    ///< in the order of their ticks
+    Changes changes;                ///< in the order of their ticks
     std::size_t changesStarted = 0; ///< of these, how many a task has taken with it
     Tick nextChange = endless;      ///< when the first of the others is due
 
@@ -42,7 +44,7 @@ struct RunNode {
     bool changeDue(Tick tick) const { return nextChange <= tick; }
 
     /// The first change that no task has taken, which is due.
-    Change const &takeChange();
+    std::shared_ptr<Change const> takeChange();
 };
 
 /// Built from a graph that passed its check; what the check can't see, such as a node whose constructor fails, is
@@ -56,8 +58,12 @@ public:
     std::vector<std::atomic<std::uint64_t>> buffered; ///< as Graph::streams: values that wait for a reader now
     std::vector<std::size_t> order;                   ///< as Graph::order, but sources of frames first
 
-    /// Notes an option change for its node. Throws zun::Exception if there is no such node or option, or no conversion.
+    /// Notes an option change for its node, which has not begun the change's tick. Throws zun::Exception if there is no
+    /// such node or option, or no conversion.
     void addChange(OptionChange const &change);
+
+    /// Notes what the host changes from `tick` on, the first that no node has begun.
+    void adoptChanges(RunControl &control, Tick tick);
 
     /// How many values wait on a stream; 0 for one that doesn't exist.
     std::uint64_t bufferedOn(std::string const &stream) const;

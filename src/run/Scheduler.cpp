@@ -11,8 +11,8 @@ constexpr double wakingNanoseconds = 20'000;
 
 } // namespace
 
-Scheduler::Scheduler(RunNodes &runNodes, RunPlan const &runPlan, Progress &runProgress)
-    : nodes(runNodes), plan(runPlan), progress(runProgress), states(nodes.nodes.size()), end(plan.end),
+Scheduler::Scheduler(RunNodes &runNodes, RunPlan const &runPlan, RunControl &runControl)
+    : nodes(runNodes), plan(runPlan), control(runControl), states(nodes.nodes.size()), end(plan.end),
       startsBelow(plan.end), done(plan.first), highestStarted(plan.first), laggards(nodes.nodes.size()) {
     Graph const &graph = nodes.graph;
     streams.resize(graph.streams.size());
@@ -42,12 +42,16 @@ Scheduler::Scheduler(RunNodes &runNodes, RunPlan const &runPlan, Progress &runPr
 }
 
 Task *Scheduler::take() {
+    if (control.hasChanges()) nodes.adoptChanges(control, highestStarted);
     while (!ready.empty())
         if (Task *const task = start(states[ready.take().node])) return task;
     return nullptr;
 }
 
-Task *Scheduler::takeAny(std::size_t choice) { return start(states[ready.takeAny(choice).node]); }
+Task *Scheduler::takeAny(std::size_t choice) {
+    if (control.hasChanges()) nodes.adoptChanges(control, highestStarted);
+    return start(states[ready.takeAny(choice).node]);
+}
 
 bool Scheduler::worthWaking(Task const &taken) const {
     if (ready.empty()) return false;
@@ -60,7 +64,7 @@ bool Scheduler::worthWaking(Task const &taken) const {
 /// The first tick that may not be started: the end of the run, what comes after a tick that failed, or, when the host
 /// wants to stop, what has not begun yet.
 Tick Scheduler::endOfStarts() const {
-    return progress.stop.load(std::memory_order_relaxed) ? std::min(startsBelow, highestStarted) : startsBelow;
+    return control.stop.load(std::memory_order_relaxed) ? std::min(startsBelow, highestStarted) : startsBelow;
 }
 
 /// Below this tick all generators have completed, so the run is certain to reach these ticks.
@@ -96,13 +100,40 @@ bool Scheduler::isPermitted(NodeState &state) {
 }
 
 void Scheduler::offer(NodeState &state) {
-    if (state.queued || !hasInputsAndSpace(state) || !isPermitted(state)) return;
-    state.queued = true;
-    ready.push({state.next, state.rank, state.index});
+    if (!state.queued && hasInputsAndSpace(state) && isPermitted(state)) {
+        state.queued = true;
+        ready.push({state.next, state.rank, state.index});
+    }
+    noteWait(state);
+}
+
+/// For the observer: why the node doesn't run, by the first reason of those that start() and offer() look at.
+Wait Scheduler::waitOf(NodeState const &state) const {
+    if (state.running != 0 || state.next >= endOfStarts()) return Wait::Nothing;
+    if (state.queued) return Wait::Thread;
+    for (StreamState const *stream : state.reads)
+        if (!stream->buffer.holds(state.next)) return Wait::Input;
+    for (Write const &write : state.writes)
+        if (write.stream->buffer.size() >= write.stream->capacity) return Wait::Space;
+    return isWithinRun(state) ? Wait::Others : Wait::Bytes;
+}
+
+void Scheduler::noteWait(NodeState &state) {
+    if (plan.observer == nullptr) return;
+    Wait const wait = waitOf(state);
+    if (wait != std::exchange(state.wait, wait)) plan.observer->nodeWaits(state.index, state.next, wait);
+}
+
+void Scheduler::noteContent(StreamState const &stream) const {
+    if (plan.observer == nullptr) return;
+    auto const index = static_cast<std::size_t>(&stream - streams.data());
+    plan.observer->streamHolds(index, stream.buffered->load(std::memory_order_relaxed), stream.bytes);
 }
 
 Task *Scheduler::start(NodeState &state) {
     state.queued = false;
+    // A change that the host made since makes the tick run alone; it is offered again when the others are done.
+    if (state.node->changeDue(state.next) && !hasInputsAndSpace(state)) return nullptr;
     if (!isWithinRun(state)) {
         if (state.next < endOfStarts()) hold(state);
         return nullptr;
@@ -131,7 +162,10 @@ Task *Scheduler::start(NodeState &state) {
     state.running++;
     running++;
     highestStarted = std::max(highestStarted, state.next);
-    if (state.node->selfParallel) offer(state);
+    if (state.node->selfParallel)
+        offer(state);
+    else
+        noteWait(state);
     return task;
 }
 
@@ -159,10 +193,13 @@ void Scheduler::complete(Task *task) {
     }
     if (!state.unsettled.empty() && state.running == 0) settle(state);
 
-    countBytes();
+    if (plan.observer != nullptr) plan.observer->advanced(done - plan.first, bytesInFlight);
     // One whose ticks overlap was offered when this tick started, unless its next one has to run alone.
     bool const overlaps = state.node->selfParallel && !state.alone && !state.node->generator;
-    if (!overlaps || state.node->changeDue(state.next)) offer(state);
+    if (!overlaps || state.node->changeDue(state.next))
+        offer(state);
+    else
+        noteWait(state);
     for (NodeState *consumer : state.consumers)
         if (consumer->next <= tick) offer(*consumer);
     offerHeld();
@@ -174,6 +211,7 @@ void Scheduler::settle(NodeState &state) {
     if (state.node->node->processProgressNeverPossible())
         for (std::unique_ptr<Task> const &task : waiting) end = std::min(end, task->tick);
     startsBelow = std::min(startsBelow, end);
+    for (NodeState &other : states) noteWait(other);
     for (std::unique_ptr<Task> const &task : waiting) {
         conclude(*task);
         release(*task);
@@ -199,7 +237,9 @@ void Scheduler::publish(Task &task) {
         slot.written = true;
         stream.buffered->store(stream.buffered->load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
         bytesInFlight += slot.bytes;
+        stream.bytes += slot.bytes;
         state.outputBytes += slot.bytes;
+        noteContent(stream);
     }
 }
 
@@ -222,9 +262,11 @@ void Scheduler::release(Task &task) {
         StreamBuffer::Slot &slot = stream.buffer.at(task.tick);
         if (--slot.readersLeft > 0) continue;
         bytesInFlight -= slot.bytes;
+        stream.bytes -= slot.bytes;
         stream.buffered->store(stream.buffered->load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
         bool const wasFull = stream.buffer.size() >= stream.capacity;
         stream.buffer.release(task.tick);
+        noteContent(stream);
         if (wasFull) offer(states[stream.producer]);
     }
     for (std::shared_ptr<Variant> &output : task.outputs) output.reset();
@@ -259,7 +301,6 @@ void Scheduler::noteCompletion(Task const &task) {
     for (NodeState const &other : states) done = std::min(done, other.completedBelow);
     laggards = static_cast<std::size_t>(std::count_if(
         states.begin(), states.end(), [&](NodeState const &other) { return other.completedBelow == done; }));
-    progress.ticksDone.store(done - plan.first, std::memory_order_relaxed);
 }
 
 void Scheduler::hold(NodeState &state) {
@@ -272,12 +313,6 @@ void Scheduler::offerHeld() {
     std::vector<NodeState *> const waiting = std::exchange(held, {});
     for (NodeState *state : waiting) state->held = false;
     for (NodeState *state : waiting) offer(*state);
-}
-
-void Scheduler::countBytes() {
-    progress.bytesInFlight.store(bytesInFlight, std::memory_order_relaxed);
-    if (bytesInFlight > progress.bytesPeak.load(std::memory_order_relaxed))
-        progress.bytesPeak.store(bytesInFlight, std::memory_order_relaxed);
 }
 
 bool Scheduler::awaitsNode() {

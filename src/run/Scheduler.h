@@ -35,9 +35,10 @@ namespace zun::engine {
 
 class Scheduler {
 public:
-    Scheduler(RunNodes &runNodes, RunPlan const &runPlan, Progress &runProgress);
+    Scheduler(RunNodes &runNodes, RunPlan const &runPlan, RunControl &runControl);
 
-    /// Starts the next task by the order above, or nothing if none may run now.
+    /// Takes note of what the host changes, and starts the next task by the order above, or nothing if none may run
+    /// now.
     Task *take();
 
     /// How many tasks may run now, at most; and the start of any of them, or nothing if it may not run after all.
@@ -63,6 +64,7 @@ private:
     struct StreamState {
         StreamBuffer buffer;
         std::int64_t capacity = 0;
+        std::uint64_t bytes = 0;                        ///< that wait on it
         std::size_t readers = 0;                        ///< nodes
         std::size_t producer = 0;                       ///< node
         std::atomic<std::uint64_t> *buffered = nullptr; ///< what nodes are told of the stream
@@ -90,6 +92,7 @@ private:
         bool sampled = false;          ///< `nanoseconds` holds something
         double nanoseconds = 0;        ///< what one process() takes, on average
         std::uint64_t outputBytes = 0; ///< what its last tick wrote
+        Wait wait = Wait::Nothing;     ///< as the observer was told
 
         std::vector<StreamState *> reads;
         std::vector<Write> writes;
@@ -117,13 +120,15 @@ private:
     void offerHeld();
     Tick endOfStarts() const;
     Tick certainBelow() const;
-    void countBytes();
+    Wait waitOf(NodeState const &state) const;
+    void noteWait(NodeState &state);
+    void noteContent(StreamState const &stream) const;
     std::string explainStall() const;
     std::string explainWait(NodeState const &state) const;
 
     RunNodes &nodes;
     RunPlan const plan;
-    Progress &progress;
+    RunControl &control;
 
     std::vector<NodeState> states;    ///< by node
     std::vector<StreamState> streams; ///< by stream

@@ -83,7 +83,7 @@ void Task::begin(Tick atTick) {
     tick = atTick;
     failure.reset();
     changes.clear();
-    while (node->changeDue(atTick)) changes.push_back(&node->takeChange());
+    while (node->changeDue(atTick)) changes.push_back(node->takeChange());
 }
 
 bool Task::wroteSomething() const {
@@ -97,8 +97,7 @@ void runTask(Task &task, RunNodes const &run, bool trust) {
                        listStreams(task, run) + ": " + reason;
     };
     try {
-        for (RunNode::Change const *const change : task.changes)
-            task.node->node->setOption(change->option, *change->value);
+        for (auto const &change : task.changes) task.node->node->setOption(change->option, *change->value);
         if (!trust) {
             checkTypes(task, run);
             checkGuard(task, run);

@@ -25,7 +25,7 @@ struct Task {
     std::vector<Input> inputs;                     ///< in the order of the node's reads
     std::vector<std::shared_ptr<Variant>> outputs; ///< in the order of the node's; what process() wrote
     std::optional<std::string> failure;            ///< why process() did not succeed, for the user
-    std::vector<RunNode::Change const *> changes;  ///< of the node's options, to be made before process()
+    RunNode::Changes changes;                      ///< of the node's options, to be made before process()
     std::optional<double> nanoseconds;             ///< what process() took, where it was timed
     std::uint64_t bytesExpected = 0;               ///< what it will write, as far as the scheduler knows
 

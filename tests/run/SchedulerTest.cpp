@@ -217,13 +217,16 @@ TEST(FramesChangedInPlace, AreHandedOverAsTheyAreToASingleReader) {
 
 TEST(Stop, CompletesTheTicksThatBegan) {
     for (Way const &way : ways) {
-        auto const progress = std::make_shared<Progress>();
+        Progress progress;
+        RunControl control;
         std::jthread const stopper([&] {
-            while (progress->ticksDone < 5) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            progress->stop = true;
+            while (progress.ticksDone < 5) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            control.stop = true;
         });
+        RunOptions options = way.with();
+        options.observer = &progress;
         // The second sink is ahead of the first by the values on their streams.
-        RunResult const result = runGraph(line("work: 1", -20, -1) + sink("numbers"), way.with(), progress);
+        RunResult const result = runGraph(line("work: 1", -20, -1) + sink("numbers"), options, &control);
         for (char const *const name : {"result", "numbers"}) {
             EXPECT_EQ(result.received.at(name).size(), result.ticks) << way.name;
             EXPECT_EQ(result.flushedAt.at(name), result.ticks) << way.name;

@@ -235,17 +235,22 @@ void registerTestNodes() {
                         TestStep<Doubles, Mat<double, 2>, int>, TestSparse> const once;
 }
 
-RunResult runGraph(std::string const &nodes, RunOptions const &options, std::shared_ptr<Progress> const &progress) {
+RunResult runGraph(std::string const &nodes, RunOptions const &given, RunControl *control) {
     registerTestNodes();
     notes = {};
     RunResult result;
+    RunControl own;
+    Progress progress;
+    RunOptions options = given;
+    if (options.observer == nullptr) options.observer = &progress;
     try {
-        result.ticks = run(check(parseDescription("nodes:\n" + nodes, "test")), options, *progress);
+        result.ticks =
+            run(check(parseDescription("nodes:\n" + nodes, "test")), options, control != nullptr ? *control : own);
     } catch (std::exception const &error) {
         result.error = error.what();
     }
     static_cast<Notes &>(result) = notes;
-    result.bytesPeak = progress->bytesPeak;
+    result.bytesPeak = progress.bytesPeak;
     return result;
 }
 

@@ -9,6 +9,7 @@
 
 #include "description/Description.h"
 #include "node/Registration.h"
+#include "run/Progress.h"
 #include "run/Run.h"
 
 namespace zun::engine::test {
@@ -37,13 +38,12 @@ struct Notes {
 
 struct RunResult : Notes {
     Tick ticks = 0;
-    std::string error; ///< empty if the run succeeded
-    std::uint64_t bytesPeak = 0;
+    std::string error;           ///< empty if the run succeeded
+    std::uint64_t bytesPeak = 0; ///< in flight, unless the options bring an observer
 };
 
 /// Runs the nodes of a description.
-RunResult runGraph(std::string const &nodes, RunOptions const &options = {},
-                   std::shared_ptr<Progress> const &progress = std::make_shared<Progress>());
+RunResult runGraph(std::string const &nodes, RunOptions const &options = {}, RunControl *control = nullptr);
 
 /// Diagnostics, each given by its beginning and a part of its message.
 using Expected = std::vector<std::pair<std::string, std::string>>;
