@@ -201,6 +201,7 @@ SourceInfo Demuxer::describe() const {
     AVRational const rate = av_guess_frame_rate(context.get(), video, nullptr);
     if (rate.num > 0 && rate.den > 0) info.rate = rational(rate);
     info.timeBase = rational(video->time_base);
+    info.frames = statedFrames();
     info.variableRate = !isEvenlySpaced();
     info.interlaced = isInterlaced(codec.field_order);
     int const sound = av_find_best_stream(context.get(), AVMEDIA_TYPE_AUDIO, -1, video->index, nullptr, 0);
@@ -221,6 +222,18 @@ SourceInfo Demuxer::describe() const {
         stated(av_color_primaries_name(codec.color_primaries), codec.color_primaries != AVCOL_PRI_UNSPECIFIED);
     info.transfer = stated(av_color_transfer_name(codec.color_trc), codec.color_trc != AVCOL_TRC_UNSPECIFIED);
     return info;
+}
+
+/// The container's count, or else its duration in frames.
+std::uint64_t Demuxer::statedFrames() const {
+    if (video->nb_frames > 0) return static_cast<std::uint64_t>(video->nb_frames);
+    AVRational const rate = av_guess_frame_rate(context.get(), video, nullptr);
+    if (live || rate.num <= 0 || rate.den <= 0) return 0;
+    bool const own = video->duration != AV_NOPTS_VALUE;
+    std::int64_t const duration = own ? video->duration : context->duration;
+    if (duration == AV_NOPTS_VALUE || duration <= 0) return 0;
+    return static_cast<std::uint64_t>(
+        av_rescale_q(duration, own ? video->time_base : AVRational{1, AV_TIME_BASE}, av_inv_q(rate)));
 }
 
 /// By all frames, where the container lists them ahead; else by what FFmpeg saw of them.

@@ -49,6 +49,7 @@ private:
     void allocate();
     void open(std::string const &address, AVInputFormat const *format, av::Settings &settings);
     void chooseStream();
+    std::uint64_t statedFrames() const;
     bool isEvenlySpaced() const;
     bool passesOverListed(std::int64_t place);
     bool endsInFrame() const;

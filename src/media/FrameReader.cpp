@@ -73,6 +73,7 @@ struct FrameReader::Implementation {
         SourceInfo &info = decoder->info;
         info.path = path;
         info.files = {path};
+        if (decoder->count) info.frames = *decoder->count;
         info.rotation = decoder->orientation.rotation;
         info.mirrored = decoder->orientation.mirrored;
         if (isTurned()) std::swap(info.pixelAspect.numerator, info.pixelAspect.denominator);

@@ -43,6 +43,10 @@ void FrameSequence::describe() {
                 break;
             }
     shared->path = path;
+    if (list.files.size() > 1) shared->frames = 0;
+    if (shared->frames != 0) shared->frames -= std::min(shared->frames, span.first);
+    if (span.count) shared->frames = *span.count;
+    shared->frames *= span.rounds;
     if (list.isList) {
         shared->files.clear();
         for (FileList::Entry const &entry : list.files) shared->files.push_back(entry.file);

@@ -211,7 +211,7 @@ private:
             throw Exception("the options first, count and repeat can't be negative");
         Gaps const onGap =
             meaningOf<Gaps>("gaps", gaps, std::array<Word<Gaps>, 2>{{{"error", Gaps::Error}, {"skip", Gaps::Skip}}});
-        Plan made{readSettings(), FileList(path, first, onGap), 0, false, nullptr};
+        Plan made{readSettings(), FileList(path, first, onGap, static_cast<std::uint64_t>(count)), 0, false, nullptr};
         std::vector<FileList::Entry> const &files = made.list.files;
         bool const begun = made.list.isList && first > 0 && files.front().number == static_cast<std::uint64_t>(first);
         if (first > 0 && !begun) made.skipped = static_cast<std::uint64_t>(first);
@@ -238,6 +238,7 @@ private:
         frames = entries.size();
         auto info = std::make_shared<SourceInfo>(made.opened->info());
         info->path = path;
+        info->frames = entries.size() * static_cast<std::uint64_t>(repeat);
         info->files.clear();
         for (FileList::Entry const &entry : entries) info->files.push_back(entry.file);
         about = std::move(info);

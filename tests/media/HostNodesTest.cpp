@@ -145,6 +145,7 @@ TEST_F(MediaFiles, OfASequenceAreCountedAndHaveNoGaps) {
     expectError([&] { read<Vec3b>(file("f-%03d.png", {{"count", 5}})); }, {"has 4 frames", "asks for 5"});
     std::filesystem::remove(folder / "f-002.png");
     expectError([&] { read<Vec3b>(file("f-%03d.png")); }, {"f-002.png' is missing", "f-003.png", "gaps: skip"});
+    EXPECT_EQ(read<Vec3b>(file("f-%03d.png", {{"count", 1}})).shape[0], 2u); // a gap after them
     OneNode skipping("ReadFrames", file("f-%03d.png", {{"gaps", "skip"}}));
     EXPECT_EQ(skipping.node->getRunUntil(endless), 3u);
     EXPECT_EQ(elements(held<Grey>(skipping.run({}, 2).at("out.grey"))), elements(held<Grey>(frames[3])));
