@@ -9,7 +9,6 @@
 #include "media/HostNodes.h"
 
 namespace zun::cli {
-namespace {
 
 engine::Overrides overridesOf(DescriptionArguments const &arguments) {
     engine::Overrides overrides;
@@ -20,8 +19,6 @@ engine::Overrides overridesOf(DescriptionArguments const &arguments) {
     overrides.settings = arguments.settings;
     return overrides;
 }
-
-} // namespace
 
 void loadNodeTypes(std::vector<std::string> const &plugins) {
     media::registerNodes();

@@ -25,6 +25,9 @@ struct DescriptionArguments {
 /// zun::Exception for a plug-in that can't be loaded.
 void loadNodeTypes(std::vector<std::string> const &plugins);
 
+/// The variables and settings among the arguments.
+engine::Overrides overridesOf(DescriptionArguments const &arguments);
+
 /// Tells the host's nodes what they may use, loads the node types, reads the description and checks it. All diagnostics
 /// go to the standard error stream, in the order of the file: errors, warnings, and notes on what nodes settle by
 /// themselves.

@@ -16,6 +16,7 @@
 #include "cli/ProgressDisplay.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
+#include "cli/Watch.h"
 #include "description/Scalars.h"
 #include "description/Setting.h"
 #include "run/Progress.h"
@@ -37,7 +38,7 @@ struct RunArguments {
     engine::RunOptions options;
     std::string frames, executor = "threads";
     std::vector<std::string> changes;
-    bool progress = false, stats = false, verbose = false;
+    bool progress = false, stats = false, verbose = false, watch = false;
 };
 
 std::optional<Tick> parseTick(std::string_view text) {
@@ -91,6 +92,8 @@ Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, engin
                 engine::RunControl &control) {
     Interrupt const interrupt(control.stop);
     std::optional<ProgressDisplay> display;
+    std::optional<Watch> watch;
+    if (arguments.watch) watch.emplace(arguments.description, graph, control);
     if (arguments.progress) display.emplace(progress);
     engine::RunOptions options = arguments.options;
     options.observer = &progress;
@@ -162,6 +165,9 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
     command.add_flag(
         "--trust", options.trust,
         "Don't check values before nodes read them: wrong ones may crash the process. Also prints what nodes log");
+    command.add_flag(
+        "--watch", arguments.watch,
+        "Take option values that change in FILE into the run; a message says from which tick on they hold");
     command.add_flag("--progress", arguments.progress, "Show ticks done, rate and time left");
     command.add_flag("--stats", arguments.stats, "Print how much memory the run used");
     command.add_flag("--verbose", arguments.verbose, "Print what nodes log: why one failed, and where in its source");

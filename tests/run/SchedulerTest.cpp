@@ -1,6 +1,9 @@
 #include <limits>
+#include <map>
+#include <mutex>
 #include <numeric>
 #include <random>
+#include <set>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -253,6 +256,101 @@ TEST(OptionChanges, OfUnknownNamesOrWrongKindsAreRefused) {
     for (auto const &[node, option, part] :
          {std::tuple("mux", "seed", "'mux'"), {"mix", "sead", "'sead'"}, {"mix", "seed", "to int32_t"}})
         expectParts(runGraph(line(), {.changes = {{0, node, option, OptionNode::ofString("one")}}}).error, {part});
+}
+
+TEST(OptionChanges, GivenDuringTheRunHoldForAllNodesFromTheFirstTickThatNoneHasBegun) {
+    std::string const nodes = line("work: 1, seed: 1", 2, 200) +
+                              "- {type: TestMixSerial, name: second, inputs: {a: "
+                              "numbers}, outputs: {out: other}, options: {seed: 1}}\n" +
+                              sink("other");
+    for (Way const &way : ways) {
+        SCOPED_TRACE(way.name);
+        RunControl control;
+        Progress progress;
+        RunOptions options = way.with();
+        options.observer = &progress;
+        std::jthread const changer([&](std::stop_token const &stop) {
+            while (progress.ticksDone < 5 && !stop.stop_requested()) std::this_thread::yield();
+            control.change({{0, "mix", "seed", OptionNode::ofInt(2)},
+                            {0, "mux", "seed", OptionNode::ofInt(2)},
+                            {0, "second", "seed", OptionNode::ofInt(3)}});
+        });
+        RunResult const result = runGraph(nodes, options, &control);
+        auto const answers = control.answers();
+        ASSERT_EQ(answers.size(), 3u) << "the run ended before the change";
+        Tick const from = answers[0].change.from;
+        EXPECT_EQ(answers[2].change.from, from);
+        expectParts(answers[1].refusal, {"'mux'"});
+        RunResult const expected =
+            runGraph(nodes, way.with({.changes = {{from, "mix", "seed", OptionNode::ofInt(2)},
+                                                  {from, "second", "seed", OptionNode::ofInt(3)}}}));
+        EXPECT_EQ(result.received, expected.received) << "from tick " << from;
+    }
+}
+
+/// Notes what a run tells, and what it tells that can't be.
+class Recorder : public Observer {
+public:
+    std::map<std::pair<std::size_t, Tick>, int> ran, written; ///< (node or stream, tick) -> how often
+    std::map<std::size_t, std::pair<std::size_t, std::uint64_t>> content;
+    std::map<std::size_t, Wait> waits;
+    std::set<Wait> kinds;
+    std::vector<std::string> wrong;
+    Tick done = 0, ticks = 0;
+
+    void tickBegins(unsigned worker, std::size_t, Tick) override {
+        std::lock_guard const lock(mutex);
+        if (inside[worker]++ != 0) wrong.emplace_back("a tick begins within another");
+    }
+    void tickEnds(unsigned worker, std::size_t node, Tick tick, bool) override {
+        std::lock_guard const lock(mutex);
+        if (--inside[worker] != 0) wrong.emplace_back("a tick ends that didn't begin");
+        ran[{node, tick}]++;
+    }
+    void valueWritten(unsigned, std::size_t stream, Tick tick, Variant const &, ValueType const *type) override {
+        std::lock_guard const lock(mutex);
+        if (type == nullptr) wrong.emplace_back("a value without a type");
+        written[{stream, tick}]++;
+    }
+    void advanced(Tick ticksDone, std::uint64_t) override {
+        if (ticksDone < done) wrong.emplace_back("ticks were undone");
+        done = ticksDone;
+    }
+    void streamHolds(std::size_t stream, std::size_t values, std::uint64_t bytes) override {
+        content[stream] = {values, bytes};
+    }
+    void nodeWaits(std::size_t node, Tick, Wait reason) override {
+        waits[node] = reason;
+        kinds.insert(reason);
+    }
+    void runEnded(Tick count) override { ticks = count; }
+
+private:
+    std::mutex mutex;
+    std::map<unsigned, int> inside;
+};
+
+TEST(AnObserver, IsToldOfEveryTickAndValueOnceAndOfWhatNodesWaitFor) {
+    // A stream that nobody reads counts, too.
+    std::string const nodes = line("work: 1", -1, 30) + "- {type: TestMix, name: dead, inputs: {a: numbers}, outputs: "
+                                                        "{out: unread}}\n";
+    for (Way const &way : ways) {
+        SCOPED_TRACE(way.name);
+        Recorder recorder;
+        RunOptions options = way.with();
+        options.observer = &recorder;
+        ASSERT_EQ(runGraph(nodes, options).error, "");
+        EXPECT_TRUE(recorder.wrong.empty()) << recorder.wrong.front();
+        EXPECT_EQ(recorder.ticks, 30u);
+        EXPECT_EQ(recorder.done, 30u);
+        EXPECT_EQ(recorder.ran.size(), 4 * 30u);
+        EXPECT_EQ(recorder.written.size(), 3 * 30u);
+        for (auto const &[which, times] : recorder.ran) EXPECT_EQ(times, 1);
+        for (auto const &[stream, holds] : recorder.content)
+            EXPECT_EQ(holds, std::pair(std::size_t(0), std::uint64_t(0)));
+        for (auto const &[node, wait] : recorder.waits) EXPECT_EQ(wait, Wait::Nothing) << "node " << node;
+        EXPECT_EQ(recorder.kinds.contains(Wait::Input), way.executor != Kind::Sequential);
+    }
 }
 
 } // namespace
