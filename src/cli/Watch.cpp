@@ -56,18 +56,30 @@ OptionNode defaultOf(NodeSpecification::Option const &option) {
                                         : engine::parseValue(option.defaultValue);
 }
 
+/// Files are opened when a run starts.
+bool isReadAtStart(NodeRegistry::Entry const *type, std::string const &option) {
+    NodeFacts::Option const *const facts = type != nullptr ? type->facts.findOption(option) : nullptr;
+    return facts != nullptr && facts->sense.kind == OptionKind::Path;
+}
+
 /// What the options of `after` change in a node; one that is left out gets its default.
 void addChanges(NodeDescription const &before, NodeDescription const &after,
                 std::vector<engine::OptionChange> &changes) {
+    NodeRegistry::Entry const *const type = NodeRegistry::find(after.type);
+    auto const change = [&](std::string const &option, OptionNode value) {
+        if (isReadAtStart(type, option))
+            printWarning("option " + after.name + "." + option +
+                         " is read when a run starts; it holds from the next run on");
+        else
+            changes.push_back({0, after.name, option, std::move(value)});
+    };
     for (OptionSetting const &option : after.options) {
         OptionSetting const *const old = findOption(before, option.name);
-        if (old == nullptr || !sameValue(old->value, option.value))
-            changes.push_back({0, after.name, option.name, option.value});
+        if (old == nullptr || !sameValue(old->value, option.value)) change(option.name, option.value);
     }
-    NodeRegistry::Entry const *const type = NodeRegistry::find(after.type);
     for (OptionSetting const &option : before.options)
         if (findOption(after, option.name) == nullptr && type != nullptr)
-            changes.push_back({0, after.name, option.name, defaultOf(type->specification.options.at(option.name))});
+            change(option.name, defaultOf(type->specification.options.at(option.name)));
 }
 
 std::string firstError(Diagnostics const &diagnostics) {
