@@ -1,7 +1,6 @@
 #include "description/Edit.h"
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <utility>
 

@@ -1,6 +1,7 @@
 #include "description/SourceText.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "containers/Exception.h"
 
