@@ -29,8 +29,8 @@ struct SourceInfo {
     std::string path;               ///< as the description has it
     std::vector<std::string> files; ///< in their order; a video, stream or camera is one
     bool moving = false;            ///< frames follow one another in time: a video, an animation, a stream
-    std::uint64_t frames = 0;       ///< how many there are in all; of a video what its file says, which may be wrong; 0:
-                                    ///< unknown, or without end
+    std::uint64_t frames = 0; ///< how many there are in all; of a video what its file says, which may be wrong; 0:
+                              ///< unknown, or without end
 
     // Of something that moves.
     Rational rate;                     ///< frames a second on average; 0 where none is stated
