@@ -21,8 +21,10 @@ public:
     /// Reads the next frame, not turned upright yet; false after the last.
     virtual bool next(WantedFrames wanted, Frames &frames) = 0;
 
-    /// Goes to a frame ahead without reading the frames between; false where that can't be done.
+    /// Goes to a frame, ahead or back, without reading all frames before it; false where that can't be done, and then
+    /// `lost` is true if the decoder stands nowhere any more.
     virtual bool jump(std::uint64_t) { return false; }
+    bool lost = false;
 
     SourceInfo info;                     ///< rotation and mirroring are those of `orientation`
     std::uint32_t width = 0, height = 0; ///< before it is turned; 0 where they are not known ahead

@@ -262,6 +262,14 @@ Orientation Demuxer::orientation() const {
     return orientationOfMatrix(numbers.data());
 }
 
+bool Demuxer::canSeek() const { return !live && input != nullptr && input->isFile(); }
+
+bool Demuxer::seek(std::int64_t time) {
+    gap = followsIndex = false;
+    listed = 0;
+    return av_seek_frame(context.get(), video->index, time, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
 int Demuxer::read(AVPacket &packet) {
     while (true) {
         if (live) deadline = av_gettime_relative() + networkPatience;

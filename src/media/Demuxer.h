@@ -34,6 +34,13 @@ public:
     /// Reads the next packet of the stream: FFmpeg's error code.
     int read(AVPacket &packet);
 
+    /// Whether it can go to a place in the file.
+    bool canSeek() const;
+
+    /// Goes to the last packet at or before a time in the stream's time base from which decoding can begin, as far as
+    /// the container knows. False where that fails.
+    bool seek(std::int64_t time);
+
     /// Whether damaged data was passed over before the packet that was read last, or before the end.
     bool hasGap() const { return gap; }
 

@@ -64,12 +64,20 @@ void requireAllowed(std::string const &address) {
 }
 
 struct FrameReader::Implementation {
+    std::string const path;
+    ReadSettings const settings;
     std::unique_ptr<Decoder> decoder;
     bool applyOrientation;
     std::uint64_t position = 0;
 
-    Implementation(std::string const &path, ReadSettings const &settings)
-        : decoder(openAny(path, settings)), applyOrientation(settings.applyOrientation) {
+    Implementation(std::string const &file, ReadSettings const &readSettings)
+        : path(file), settings(readSettings), applyOrientation(settings.applyOrientation) {
+        open();
+    }
+
+    void open() {
+        decoder = openAny(path, settings);
+        position = 0;
         SourceInfo &info = decoder->info;
         info.path = path;
         info.files = {path};
@@ -97,6 +105,8 @@ struct FrameReader::Implementation {
             position = index;
             return !decoder->count || index < *decoder->count;
         }
+        if (decoder->lost) open();
+        if (index < position) return false;
         Frames ignored;
         while (position < index)
             if (!next({}, ignored)) return false;

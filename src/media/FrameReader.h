@@ -91,7 +91,8 @@ public:
     /// Reads the next frame into `frames`. Returns false after the last.
     bool next(WantedFrames wanted, Frames &frames);
 
-    /// Passes over frames, up to the one of this index; false if there are not so many.
+    /// Goes to the frame of this index. False if there are not so many; or for one before position() where the file
+    /// can't be read backwards, which leaves the position as it is.
     bool skipTo(std::uint64_t index);
 
     /// Of the frame that next() gave, in info().timeBase; the time is that from the first frame on.

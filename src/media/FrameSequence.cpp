@@ -60,6 +60,18 @@ bool FrameSequence::open() {
     return true;
 }
 
+/// Within the open file where that can be done; else from the beginning, and the frames before are read again by
+/// next().
+void FrameSequence::goBack(std::uint64_t index) {
+    std::uint64_t const steps = given - index;
+    bool const sameFile = reader && list.files.size() == 1 && steps <= inRound;
+    if (!sameFile || !reader->skipTo(span.first + inRound - steps)) return rewind();
+    if (span.rounds != 0) rounds = std::min(rounds, span.rounds - 1); // it may have been over
+    given = index;
+    inRound -= steps;
+    toSkip = 0;
+}
+
 void FrameSequence::rewind() {
     reader.reset();
     file = 0;
@@ -97,6 +109,8 @@ bool FrameSequence::next(WantedFrames wanted, Frames &frames, FrameSource &sourc
         std::uint64_t const before = reader->position(), target = before + toSkip;
         if (reader->skipTo(target) && reader->next(wanted, frames)) break;
         toSkip = target - std::min(reader->position(), target);
+        bool const isLast = file + 1 == list.files.size() && rounds + 1 == span.rounds;
+        if (isLast) return beginRound(); // never; and the reader stays, to go back in
         reader.reset();
         file++;
         offset = end;

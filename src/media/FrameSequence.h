@@ -34,8 +34,8 @@ public:
     /// Index of the frame that next() would give, over all rounds.
     std::uint64_t position() const { return given; }
 
-    /// Begins again with the first frame.
-    void rewind();
+    /// Goes back to a frame that was given, by its index over all rounds.
+    void goBack(std::uint64_t index);
 
     /// What holds for all frames. Throws what opening the first file throws.
     std::shared_ptr<SourceInfo const> about();
@@ -47,6 +47,7 @@ public:
     std::vector<std::string> const &leftOut() const { return left; }
 
 private:
+    void rewind();
     bool open();
     bool beginRound();
     void describe();

@@ -287,7 +287,7 @@ private:
 
     bool readSequence(Tick tick, WantedFrames wanted, Frames &result, FrameSource &from) {
         if (ended && tick >= sequence->position()) return false;
-        if (sequence->position() > tick) sequence->rewind();
+        if (sequence->position() > tick) sequence->goBack(tick);
         bool there = true;
         while (there && sequence->position() < tick) there = sequence->next({}, result, from);
         if (there) there = sequence->next(wanted, result, from);

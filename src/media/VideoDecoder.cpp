@@ -7,6 +7,7 @@
 #include "media/Conversion.h"
 #include "media/Deinterlacer.h"
 #include "media/Demuxer.h"
+#include "media/FrameIndex.h"
 #include "media/Host.h"
 
 namespace zun::media {
@@ -30,7 +31,10 @@ class VideoDecoder final : public Decoder {
     std::string fault;         ///< of data; told when the frames before are given
     std::uint64_t passed = 0;  ///< packets before the first key frame
     bool begun = false, draining = false, ended = false;
-    std::int64_t keyTime = AV_NOPTS_VALUE;                               ///< of the first key frame
+    FrameIndex index;                        ///< of the frames that were given
+    bool atHand = false;                     ///< `picture` is the next frame already
+    std::int64_t soughtKey = AV_NOPTS_VALUE; ///< packets before the key packet of this time are passed over
+    std::int64_t keyTime = AV_NOPTS_VALUE;   ///< of the first key frame
     std::int64_t firstTime = AV_NOPTS_VALUE, lastTime = 0, nextTime = 0; ///< in the stream's time base
 
 public:
@@ -52,6 +56,7 @@ public:
                          parameters.codec_id != AV_CODEC_ID_GIF;
             leftOut = leftOutOf(format, info.alpha);
         }
+        index = FrameIndex(parameters.codec_id);
         tellOfLight();
         if (settings.deinterlace)
             info.interlaced = false;
@@ -62,8 +67,9 @@ public:
     }
 
     bool next(WantedFrames wanted, Frames &frames) override {
-        if (!decodeWhole()) return false;
+        if (!std::exchange(atHand, false) && !decodeWhole()) return false;
         setTime();
+        index.note(given, *picture, time);
         given++;
         if (wanted.rgb || wanted.grey) {
             try {
@@ -72,6 +78,29 @@ public:
                 throw Exception(demuxer.name() + " " + error.what());
             }
         }
+        return true;
+    }
+
+    /// By the key frame before, for frames that were given once.
+    bool jump(std::uint64_t frame) override {
+        if (settings.deinterlace || !demuxer.canSeek() || skipped != 0 || gap || !fault.empty()) return false;
+        std::optional<FrameIndex::Route> const route = index.route(given, frame);
+        if (!route) return false;
+        lost = true;
+        if (!demuxer.seek(route->keyStamp)) return false;
+        avcodec_flush_buffers(codec.get());
+        draining = ended = false;
+        soughtKey = route->keyStamp;
+        do {
+            // Frames that are shown before the key frame may miss what they are made of.
+            bool const counts = decode() && picture->best_effort_timestamp >= route->keyStamp;
+            bool const damaged = counts && picture->decode_error_flags != 0;
+            if (ended || damaged || !fault.empty() || picture->best_effort_timestamp > route->stamp) return false;
+        } while (picture->best_effort_timestamp != route->stamp);
+        lost = false;
+        atHand = true;
+        given = frame;
+        lastTime = route->timeBefore;
         return true;
     }
 
@@ -150,6 +179,7 @@ private:
 
     void finish() {
         ended = true;
+        if (lost) return; // whoever jumps will see
         if (!fault.empty()) tellFault();
         if (skipped != 0)
             warnOnce(demuxer.name() + ": " + std::to_string(skipped) +
@@ -201,7 +231,11 @@ private:
             }
             if (begun && demuxer.hasGap()) meetDamage(unreadable, false);
             if (draining) return av_packet_unref(packet.get());
-            bool const waits = waitsForKey(*packet), cut = !waits && (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            bool const isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
+            if (isKey) index.noteKey(packet->pts);
+            if (isKey && packet->pts == soughtKey) soughtKey = AV_NOPTS_VALUE;
+            bool const waits = waitsForKey(*packet) || soughtKey != AV_NOPTS_VALUE,
+                       cut = !waits && (packet->flags & AV_PKT_FLAG_CORRUPT) != 0;
             if (cut) meetDamage("a part of its data is missing");
             int const sent = waits || cut ? 0 : avcodec_send_packet(codec.get(), packet.get());
             av_packet_unref(packet.get());

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "media/FilePattern.h"
+#include "media/FrameReader.h"
 #include "media/HostNodes.h"
 #include "media/WholePicture.h"
 #include "support/Failures.h"
@@ -119,6 +120,30 @@ TEST_F(MediaFiles, ComeBackBitByBitFromLosslessVideos) {
                 << name << ", tick " << tick;
         write(grey, file(name, {{"lossless", true}}));
         EXPECT_EQ(elements(read<unsigned char>(file(name, {{"first", 2}}), 1)), elements(held<Grey>(grey[3]))) << name;
+    }
+}
+
+TEST_F(MediaFiles, GoToAnyFrameThatWasReadOnceExactly) {
+    constexpr Tick count = 560; // beyond two groups of pictures
+    Frames const frames = some<Vec3b>(count, 36, 52);
+    for (auto const &[name, codec] :
+         {std::pair("a.mp4", "h264"), {"b.mkv", "h265"}, {"c.ts", "h264"}, {"d.webm", "vp9"}}) {
+        write(frames, file(name, {{"codec", codec}, {"preset", "ultrafast"}}));
+        OneNode reader("ReadFrames", file(name));
+        std::vector<std::vector<unsigned char>> plain;
+        auto const frame = [&](Tick tick) {
+            Rgb const rgb = held<Rgb>(reader.run({}, tick).at("out.rgb"));
+            auto const *const first = reinterpret_cast<unsigned char const *>(rgb.first());
+            return std::vector(first, first + rgb.bytes());
+        };
+        for (Tick tick = 0; tick < count; tick++) plain.push_back(frame(tick));
+        EXPECT_TRUE(reader.run({}, count).empty()) << name;
+        for (Tick tick : {559u, 300u, 299u, 3u, 251u, 250u, 249u, 500u, 501u, 0u, 558u})
+            EXPECT_EQ(frame(tick), plain[tick]) << name << ", tick " << tick;
+        media::FrameReader file(folder / name);
+        media::Frames ignored;
+        ASSERT_TRUE(file.skipTo(400) && file.next({}, ignored));
+        EXPECT_TRUE(file.skipTo(300)) << name << " was read from its beginning again";
     }
 }
 
