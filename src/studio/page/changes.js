@@ -1,0 +1,51 @@
+// Sends changes so that nothing stale ever queues: one is in flight at most, and of those that wait only the newest of
+// each key is kept. A change is done when a state has come that includes it.
+
+import {Refusal, post} from "studio/source";
+import {on, store, tell} from "studio/store";
+
+const patience = 3000; // milliseconds after which a change that no state confirms is let go
+const waiting = new Map();
+let flying = null; // {key, generation}; generation is null until the server has answered
+let refused = () => {};
+
+/// What to do with a refusal: handler(key, message). Called with an empty message when a change was taken.
+export const onRefusal = handler => { refused = handler; };
+
+/// Sends a request, or keeps it as the newest of its key.
+export function send(key, action, body) {
+    waiting.delete(key);
+    waiting.set(key, {action, body});
+    next();
+}
+
+/// Whether a change of this key is on its way.
+export const isPending = key => waiting.has(key) || flying?.key === key;
+
+async function next() {
+    if (flying || waiting.size === 0) return;
+    const [key, {action, body}] = waiting.entries().next().value;
+    waiting.delete(key);
+    const mine = flying = {key, generation: null};
+    try {
+        mine.generation = (await post(action, body)).generation ?? 0;
+        refused(key, "");
+        setTimeout(() => land(mine), patience);
+        if (store.state.generation >= mine.generation) land(mine);
+    } catch (error) {
+        if (!(error instanceof Refusal)) throw error;
+        land(mine);
+        refused(key, error.message);
+    }
+}
+
+function land(change) {
+    if (flying !== change) return;
+    flying = null;
+    next();
+    if (!flying) tell("settled");
+}
+
+on("state", () => {
+    if (flying?.generation !== null && flying && store.state.generation >= flying.generation) land(flying);
+});
