@@ -4,7 +4,7 @@
 import {Refusal, post} from "studio/source";
 import {on, store, tell} from "studio/store";
 
-const patience = 3000; // milliseconds after which a change that no state confirms is let go
+const patience = 2000; // milliseconds after which a change that no state confirms is let go, unless values are computed
 const waiting = new Map();
 let flying = null; // {key, generation}; generation is null until the server has answered
 let refused = () => {};
@@ -29,9 +29,10 @@ async function next() {
     const mine = flying = {key, generation: null};
     try {
         mine.generation = (await post(action, body)).generation ?? 0;
+        mine.sent = performance.now();
         refused(key, "");
-        setTimeout(() => land(mine), patience);
-        if (store.state.generation >= mine.generation) land(mine);
+        check();
+        setTimeout(check, patience);
     } catch (error) {
         if (!(error instanceof Refusal)) throw error;
         land(mine);
@@ -46,6 +47,10 @@ function land(change) {
     if (!flying) tell("settled");
 }
 
-on("state", () => {
-    if (flying?.generation !== null && flying && store.state.generation >= flying.generation) land(flying);
-});
+function check() {
+    if (!flying || flying.generation === null) return;
+    const {generation, busy} = store.state, late = performance.now() - flying.sent >= patience;
+    if (generation >= flying.generation || late && !busy || !store.linked) land(flying);
+}
+
+on("state link", check);

@@ -112,3 +112,6 @@ export function byteCount(bytes) {
     for (; bytes >= 1000 && unit < 3; unit++) bytes /= 1000;
     return `${unit ? bytes.toFixed(1) : bytes} ${units[unit]}`;
 }
+
+/// A number with as many digits as one wants to read.
+export const shortNumber = value => Number.isInteger(value) ? String(value) : Number(value.toPrecision(6)).toString();

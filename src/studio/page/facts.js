@@ -1,6 +1,6 @@
 // What is known of the stream that is shown: type, size, memory, who makes it and who reads it.
 
-import {byteCount, h} from "studio/dom";
+import {byteCount, h, shortNumber} from "studio/dom";
 import {on, selectNode, store, streamOf} from "studio/store";
 
 const nodeLink = name => h("button", {type: "button", class: "link", onclick: () => selectNode(name)}, name);
@@ -24,7 +24,7 @@ export function buildFacts() {
             row("value", stream.value ? stream.value.summary || stream.value.kind : stream.missing || "none"),
             stream.value ? row("memory", byteCount(stream.value.bytes)) : [],
             item?.binary ? row("shown", "0 as black, 1 as white") : [],
-            typeof item?.from === "number" ? row("shown", `${item.from} as black, ${item.to} as white`) : [],
+            typeof item?.from === "number" ? row("shown", `${shortNumber(item.from)} as black, ${shortNumber(item.to)} as white`) : [],
             row("from", nodeLink(stream.producer), ` (${stream.port})`),
             row("read by", ...[listed(stream.readers)].flat()),
         ].flat());

@@ -6,8 +6,10 @@ import {iconButton} from "studio/icons";
 import {layout} from "studio/source";
 import {on, store} from "studio/store";
 
-const margin = 16, leastScale = 0.1, mostScale = 2, readable = 0.55;
+const margin = 16, leastScale = 0.1, mostScale = 2, readable = 0.62;
 
+const arrowHead = svg("marker", {id: "arrow", viewBox: "0 0 8 8", refX: 8, refY: 4, markerWidth: 8, markerHeight: 8,
+                                 markerUnits: "userSpaceOnUse", orient: "auto"}, svg("path", {d: "M0 0 8 4 0 8z"}));
 const edges = svg("svg", {class: "edges", "aria-hidden": "true"});
 const world = h("div", {class: "world"}, edges);
 const pane = h("div", {class: "graph-pane"}, world);
@@ -70,7 +72,12 @@ function reveal(key) {
     hold();
 }
 
-const path = points => points.slice(1).reduce((text, [x, y], i) => `${text}${i % 3 ? " " : " C"}${x},${y}`, `M${points[0]}`);
+/// A piecewise cubic curve as a path. Points that don't make a whole piece are left out.
+function path(points) {
+    let text = `M${points[0]}`;
+    for (let i = 1; i + 2 < points.length; i += 3) text += ` C${points.slice(i, i + 3).join(" ")}`;
+    return text;
+}
 
 function place() {
     set(edges, {width: places.width, height: places.height, viewBox: `0 0 ${places.width} ${places.height}`});
@@ -81,8 +88,8 @@ function place() {
         box.hidden = !at;
         if (at) box.style.transform = `translate(${at.x}px, ${at.y}px)`;
     }
-    curves = places.edges.map(edge => ({...edge, element: svg("path", {d: path(edge.points)})}));
-    edges.replaceChildren(...curves.map(curve => curve.element));
+    curves = places.edges.map(edge => ({...edge, element: svg("path", {d: path(edge.points), "marker-end": "url(#arrow)"})}));
+    edges.replaceChildren(arrowHead, ...curves.map(curve => curve.element));
     highlight();
 }
 
@@ -107,7 +114,6 @@ async function placeAnew() {
     if (!turned) return hold();
     view.x = view.y = margin;
     fit(readable);
-    reveal(`stream ${store.shown}`);
     reveal(`node ${store.node}`);
 }
 

@@ -1,6 +1,6 @@
 // How often each value occurs in the picture that is shown: grey; red, green and blue; or Y, Cb and Cr.
 
-import {h, latestOnly, set, setText} from "studio/dom";
+import {h, latestOnly, set, setText, shortNumber} from "studio/dom";
 import {on, settings} from "studio/store";
 import {shownPicture} from "studio/viewer";
 
@@ -68,7 +68,7 @@ function draw(canvas, {counts}, mode, logarithmic) {
 
 export function buildHistogram() {
     const canvas = h("canvas", {class: "histogram", role: "img", "aria-label": "Histogram"});
-    const caption = h("ul", {class: "legend"}), note = h("p", {class: "muted"});
+    const caption = h("ul", {class: "legend"}), note = h("p", {class: "muted note"});
     const logarithmic = h("input", {type: "checkbox", id: "histogram-log", onchange: () => update()});
     const choice = h("select", {id: "histogram-mode", "aria-label": "Channels", onchange: () => {
         settings.set("histogram", choice.value);
@@ -89,7 +89,7 @@ export function buildHistogram() {
         set(canvas, {"aria-label": `Histogram. ${lines.map(([name, , text]) => `${name}: ${text}`).join("; ")}`});
         const {from, to} = picture.facts;
         setText(note, [counted.step > 1 && `One of ${counted.step} pixels is counted.`,
-                       from !== null && `0 to 255 stand for ${from} to ${to}.`].filter(Boolean).join(" "));
+                       from !== null && `0 to 255 stand for ${shortNumber(from)} to ${shortNumber(to)}.`].filter(Boolean).join(" "));
     });
     new ResizeObserver(update).observe(canvas);
     on("picture theme panel", update);

@@ -1,6 +1,6 @@
 // The line under the picture: place and value of the pixel under the pointer or the pixel cursor.
 
-import {h, latestOnly, set, setText} from "studio/dom";
+import {h, latestOnly, set, setText, shortNumber} from "studio/dom";
 import {on, store} from "studio/store";
 import {pixelCursor, placeOf, shownPicture, stageElement} from "studio/viewer";
 
@@ -10,9 +10,8 @@ const where = h("span", {class: "where"}), swatch = h("span", {class: "swatch", 
 const values = h("span", {class: "values"}), facts = h("span", {class: "push muted"});
 let last = null; // {x, y, place} of the pixel that is read out
 
-const number = value => Number.isInteger(value) ? String(value) : Number(value.toPrecision(6)).toString();
 const valueText = (list, approximate) =>
-    (approximate ? "about " : "") + list.map(value => typeof value === "number" ? number(value) : value).join(", ");
+    (approximate ? "about " : "") + list.map(value => typeof value === "number" ? shortNumber(value) : value).join(", ");
 
 /// The bytes as shown are there at once; the value itself follows.
 const ask = latestOnly(async (picture, at) => {
