@@ -7,10 +7,11 @@ import {on, store, tell} from "studio/store";
 const patience = 2000; // milliseconds after which a change that no state confirms is let go, unless values are computed
 const waiting = new Map();
 let flying = null; // {key, generation}; generation is null until the server has answered
-let refused = () => {};
+const handlers = [];
 
-/// What to do with a refusal: handler(key, message). Called with an empty message when a change was taken.
-export const onRefusal = handler => { refused = handler; };
+/// Calls handler(key, message) when a request is refused, and with an empty message when it was taken.
+export const onRefusal = handler => { handlers.push(handler); };
+const refused = (key, message) => { for (const handler of handlers) handler(key, message); };
 
 /// Sends a request, or keeps it as the newest of its key.
 export function send(key, action, body) {

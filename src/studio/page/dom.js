@@ -100,6 +100,12 @@ export function setChoices(select, choices, chosen) {
 export const clamp = (value, least, most) => Math.min(Math.max(value, least), most);
 export const plural = (count, word) => `${count} ${word}${count === 1 ? "" : "s"}`;
 
+/// The middle of two pointers and how far they are from one another; pointers is a map of {x, y}.
+export function spreadOf(pointers) {
+    const [a, b] = [...pointers.values()];
+    return {x: (a.x + b.x) / 2, y: (a.y + b.y) / 2, length: Math.hypot(a.x - b.x, a.y - b.y) || 1};
+}
+
 /// Milliseconds as a person reads them.
 export function duration(milliseconds) {
     if (milliseconds >= 1000) return `${(milliseconds / 1000).toFixed(2)} s`;

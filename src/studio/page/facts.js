@@ -11,9 +11,10 @@ export function buildFacts() {
     let key = "";
     const row = (name, ...content) => [h("dt", {}, name), h("dd", {}, ...content)];
     on("state show", () => {
+        const {kept, limit} = store.state.memory, memory = `${byteCount(kept)} of ${byteCount(limit)}`;
         const stream = streamOf(store.shown);
         const now = stream ? JSON.stringify([stream.name, stream.type, stream.value?.summary, stream.value?.bytes,
-                                             stream.missing, stream.value?.items[store.item]]) : "";
+                                             memory, stream.missing, stream.value?.items[store.item]]) : "";
         if (now === key) return;
         key = now;
         if (!stream) return list.replaceChildren();
@@ -22,7 +23,7 @@ export function buildFacts() {
             row("name", stream.name),
             row("type", h("code", {}, stream.type)),
             row("value", stream.value ? stream.value.summary || stream.value.kind : stream.missing || "none"),
-            stream.value ? row("memory", byteCount(stream.value.bytes)) : [],
+            stream.value ? row("memory", `${byteCount(stream.value.bytes)}; all values that are kept: ${memory}`) : [],
             item?.binary ? row("shown", "0 as black, 1 as white") : [],
             typeof item?.from === "number" ? row("shown", `${shortNumber(item.from)} as black, ${shortNumber(item.to)} as white`) : [],
             row("from", nodeLink(stream.producer), ` (${stream.port})`),

@@ -1,12 +1,13 @@
 // The graph: nodes, streams and the curves between them, placed as the layout says, in a pane that pans and zooms.
 
-import {clamp, h, onceAFrame, reconcile, set, svg} from "studio/dom";
+import {clamp, h, onceAFrame, reconcile, set, spreadOf, svg} from "studio/dom";
 import {makeNode, makeStream, thumbKeeper, updateNode, updateStream} from "studio/graphBoxes";
 import {iconButton} from "studio/icons";
 import {layout} from "studio/source";
 import {on, store} from "studio/store";
 
 const margin = 16, leastScale = 0.1, mostScale = 2, readable = 0.62;
+const dragLength = 4; // pixels from which on a press is a drag
 
 const arrowHead = svg("marker", {id: "arrow", viewBox: "0 0 8 8", refX: 8, refY: 4, markerWidth: 8, markerHeight: 8,
                                  markerUnits: "userSpaceOnUse", orient: "auto"}, svg("path", {d: "M0 0 8 4 0 8z"}));
@@ -186,23 +187,28 @@ function onKey(event) {
 function listenToPointer() {
     const pointers = new Map();
     let moved = false;
+    const at = event => {
+        const box = pane.getBoundingClientRect();
+        return {x: event.clientX - box.left, y: event.clientY - box.top};
+    };
     pane.addEventListener("pointerdown", event => {
         if (event.button > 1) return;
-        pointers.set(event.pointerId, [event.clientX, event.clientY]);
+        pointers.set(event.pointerId, at(event));
         moved = false;
     });
     pane.addEventListener("pointermove", event => {
         const before = pointers.get(event.pointerId);
         if (!before) return;
-        const [x, y] = [event.clientX - before[0], event.clientY - before[1]];
-        if (!moved && Math.hypot(x, y) < 4) return;
+        const now = at(event), pinch = pointers.size === 2 ? spreadOf(pointers) : null;
+        if (!moved && Math.hypot(now.x - before.x, now.y - before.y) < dragLength) return;
         moved = true;
         pane.setPointerCapture(event.pointerId);
-        pointers.set(event.pointerId, [event.clientX, event.clientY]);
-        if (pointers.size > 1) return zoom(Math.exp((x + y) / 200));
-        view.x += x;
-        view.y += y;
-        hold();
+        pointers.set(event.pointerId, now);
+        const next = pinch && spreadOf(pointers);
+        view.x += pinch ? next.x - pinch.x : now.x - before.x;
+        view.y += pinch ? next.y - pinch.y : now.y - before.y;
+        if (pinch) zoom(next.length / pinch.length, next.x, next.y);
+        else hold();
     });
     const end = event => pointers.delete(event.pointerId);
     pane.addEventListener("pointerup", end);
@@ -210,8 +216,7 @@ function listenToPointer() {
     pane.addEventListener("click", event => { if (moved) event.stopPropagation(); }, {capture: true}); // a drag is not a click
     pane.addEventListener("wheel", event => {
         event.preventDefault();
-        const box = pane.getBoundingClientRect();
-        zoom(Math.exp(-clamp(event.deltaY, -120, 120) / 500), event.clientX - box.left, event.clientY - box.top);
+        zoom(Math.exp(-clamp(event.deltaY, -120, 120) / 500), at(event).x, at(event).y);
     }, {passive: false});
     // The browser scrolls a pane to what has the focus; here the graph moves instead.
     pane.addEventListener("scroll", () => pane.scrollTo(0, 0));
@@ -244,5 +249,6 @@ export function buildGraph(onTurn) {
             iconButton("minus", "Zoom the graph out", {onclick: () => zoom(0.8)}),
             iconButton("plus", "Zoom the graph in", {onclick: () => zoom(1.25)}),
             iconButton("fit", "Fit the graph", {onclick: () => fit()})),
-        h("div", {class: "graph-frame", role: "group", "aria-label": "Nodes and streams; arrows move from box to box, Enter selects"}, pane));
+        h("div", {class: "graph-frame", role: "group",
+                  "aria-label": "Nodes and streams; arrows move from box to box, Enter selects"}, pane));
 }

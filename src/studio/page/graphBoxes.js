@@ -45,7 +45,7 @@ export function updateNode(box, node, total) {
 }
 
 export function makeStream({name}) {
-    const parts = {thumb: h("canvas", {class: "thumb", width: 128, height: 84}), summary: h("span", {class: "box-summary"}),
+    const parts = {thumb: h("canvas", {class: "thumb", width: 128, height: 84, "aria-hidden": "true"}), summary: h("span", {class: "box-summary"}),
                    name: h("span", {class: "box-name"}, name)};
     const box = h("button", {type: "button", class: "stream", "data-stream": name, tabindex: -1,
                              onclick: () => showStream(name)}, ...Object.values(parts));

@@ -1,6 +1,6 @@
 // The bar on top, the banners below it, and what is announced to screen readers and in passing to everybody.
 
-import {duration, h, set, setText} from "studio/dom";
+import {duration, h, plural, set, setText} from "studio/dom";
 import {iconButton} from "studio/icons";
 import {Refusal, live, made, post} from "studio/source";
 import {editable, on, store} from "studio/store";
@@ -39,7 +39,8 @@ const banner = (id, ...content) => h("div", {class: "banner", id, role: "alert",
 function buildBanners() {
     const messages = h("ul");
     const broken = banner("broken", h("strong", {}, "The file has errors; the graph shows the last good text."), messages);
-    const ended = banner("ended", h("strong", {}, "The studio has ended."), " The page shows what came last, and goes on by itself when the studio is back.");
+    const ended = banner("ended", h("strong", {}, "The studio has ended."),
+                         " The page shows what came last, and goes on by itself when the studio is back.");
     let kept = null;
     const outside = banner("outside", h("strong", {}, "The file has changed on disk, and there are unsaved changes here."),
         h("button", {type: "button", class: "button", id: "load-file", onclick: () => ask("discard", {})}, "Load the file"),
@@ -90,7 +91,8 @@ export function buildHeader({save, help, theme, runButtons}) {
         saveButton.disabled = !editable() || !state.unsaved;
         const errors = state.findings.filter(finding => finding.severity === "error").length;
         const warnings = state.findings.filter(finding => finding.severity === "warning").length;
-        setText(counts, [errors && `${errors} error${errors > 1 ? "s" : ""}`, warnings && `${warnings} warning${warnings > 1 ? "s" : ""}`].filter(Boolean).join(", "));
+        const texts = [errors && plural(errors, "error"), warnings && plural(warnings, "warning")];
+        setText(counts, texts.filter(Boolean).join(", "));
         set(counts, {"data-severity": errors ? "error" : warnings ? "warning" : null});
     });
     return [h("header", {id: "bar"}, h("div", {class: "title"}, name, unsaved), counts, busy,

@@ -8,18 +8,20 @@ import {step, toggleBookmark, togglePlay} from "studio/ticks";
 
 const isTyping = element => element.matches("textarea, select, input:not([type=range], [type=checkbox], [type=color])");
 /// What takes arrows itself, and what takes the space.
-const takesArrows = element => element.matches("input[type=range], [role=slider], [role=separator], [role=tab], .node, .stream, #stage, .record, .code");
+const takesArrows = element => element.matches(
+    "input[type=range], [role=slider], [role=separator], [role=tab], .node, .stream, #stage, .record, .code");
 const takesSpace = element => element.matches("button, input, summary");
 
-function focusOn(panel, selector) {
+/// Opens a panel and focuses the first of the selectors that finds something.
+function focusOn(panel, ...selectors) {
     if (panel) showPanel(panel);
-    document.querySelector(selector)?.focus();
+    selectors.map(selector => document.querySelector(selector)).find(Boolean)?.focus();
 }
 
 const places = {
     g: () => focusOn(getComputedStyle(document.getElementById("tab-graph")).display === "none" ? null : "graph", "#graph [tabindex='0']"),
     v: () => focusOn(null, "#stage"),
-    o: () => focusOn("options", "#panel-options .option :is(input, select, textarea), #tab-options"),
+    o: () => focusOn("options", "#panel-options fieldset:enabled :is(input, select, textarea)", "#tab-options"),
     t: () => focusOn("text", ".code"),
 };
 

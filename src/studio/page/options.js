@@ -3,7 +3,7 @@
 
 import {isPending, onRefusal, send} from "studio/changes";
 import {controlFor} from "studio/controls";
-import {duration, h, reconcile, set, setText} from "studio/dom";
+import {duration, h, reconcile, set, setText, shortNumber} from "studio/dom";
 import {iconButton} from "studio/icons";
 import {pickValue, takeColour} from "studio/picking";
 import {live} from "studio/source";
@@ -13,6 +13,8 @@ import {drawable, valueFields} from "studio/valueFields";
 
 const refusals = new Map(); // key of an option -> what the server said to its last change
 const keyOf = (node, option) => `${node}.${option}`;
+
+const textFields = "textarea, input:not([type=range], [type=checkbox], [type=color])";
 
 /// A pointer that is down on a control, or a key that moves it: until then the control is the user's.
 let held = null;
@@ -42,10 +44,15 @@ function makeRow(node, option) {
     };
     const body = h("fieldset", {class: "control"}, control.element, fields?.element);
     const row = h("div", {class: "option", "data-option": key},
-        h("div", {class: "option-head"}, h("span", {class: "option-name"}, label), h("span", {class: "muted"}, option.valueType || option.type),
-          parts.set, parts.reset), body, parts.about, parts.problem);
+        h("div", {class: "option-head"}, h("span", {class: "option-name"}, label),
+          h("span", {class: "muted"}, option.valueType || option.type), parts.set, parts.reset), body, parts.about, parts.problem);
     body.addEventListener("pointerdown", () => { held = row; });
-    Object.assign(row, {key, parts, body, show: text => { control.set(text); if (text !== row.fieldText) fields?.set(text); row.fieldText = text; }});
+    const show = text => {
+        control.set(text);
+        if (text !== row.fieldText) fields?.set(text);
+        row.fieldText = text;
+    };
+    Object.assign(row, {key, parts, body, show});
     return row;
 }
 
@@ -54,8 +61,9 @@ function mark(row) { set(row, {"data-pending": isPending(row.key)}); }
 /// Whether the user is at the control: then what comes from the server must not change it.
 function isTheUsers(row, option) {
     if (held === row || isPending(row.key)) return true;
-    const focus = document.activeElement, typing = row.contains(focus) && focus.matches("input:not([type=range], [type=checkbox], [type=color]), textarea");
-    return typing && row.sent !== undefined && row.sent !== option.text && Boolean(refusals.get(row.key) || findingsOf(store.node, option.name).length);
+    const focus = document.activeElement, typing = row.contains(focus) && focus.matches(textFields);
+    const bad = refusals.get(row.key) || findingsOf(store.node, option.name).length > 0;
+    return typing && bad && row.sent !== undefined && row.sent !== option.text;
 }
 
 function problemOf(key, node, option) {
@@ -64,10 +72,12 @@ function problemOf(key, node, option) {
 }
 
 function aboutOf(option) {
-    const range = typeof option.least === "number" && typeof option.most === "number" ? `${option.least} to ${option.most}`
-        : typeof option.least === "number" ? `at least ${option.least}` : typeof option.most === "number" ? `at most ${option.most}` : "";
-    const degrees = option.kind === "angle" && option.type === "float" ? `${(Number(option.text) * 180 / Math.PI).toFixed(2)} degrees` : "";
-    const notes = [range, option.default === null ? (option.required ? "required" : "") : `default ${option.default || "empty"}`, degrees];
+    const [least, most] = [option.least, option.most].map(bound => typeof bound === "number" ? shortNumber(bound) : "");
+    const range = least && most ? `${least} to ${most}` : least ? `at least ${least}` : most ? `at most ${most}` : "";
+    const isAngle = option.kind === "angle" && option.type === "float";
+    const degrees = isAngle ? `${(Number(option.text) * 180 / Math.PI).toFixed(2)} degrees` : "";
+    const usual = option.default !== null ? `default ${option.default || "empty"}` : option.required ? "required" : "";
+    const notes = [range, usual, degrees];
     return [option.about, notes.filter(Boolean).join("; "), option.locked && `Locked: ${option.locked}.`].filter(Boolean).join(" \u2014 ");
 }
 
@@ -92,8 +102,14 @@ const head = h("div", {class: "node-head"}), rows = h("div", {class: "options"})
 let kept = new Map(), keptNode = null, headKey = "";
 
 const streamLinks = ports => ports.flatMap(({port, stream, about}, i) => [i ? ", " : "",
-    h("button", {type: "button", class: "link", title: about, disabled: !streamOf(stream), onclick: () => showStream(stream)}, stream),
+    h("button", {type: "button", class: "link", title: about, disabled: !streamOf(stream),
+                 onclick: () => showStream(stream)}, stream),
     h("span", {class: "muted"}, ` ${port}`)]);
+
+function timeOf({runs, milliseconds, kept}) {
+    if (!runs) return "not run while one looks: it has effects outside";
+    return milliseconds === null ? "not run at this tick" : duration(milliseconds) + (kept ? ", kept from before" : "");
+}
 
 function updateHead(node) {
     const findings = findingsOf(node.name).filter(finding => !node.options.some(option => option.name === finding.port));
@@ -106,9 +122,9 @@ function updateHead(node) {
         h("h2", {}, node.name, h("span", {class: "muted"}, ` ${node.type}`)),
         h("p", {}, node.summary),
         h("dl", {class: "facts"}, ...ports("reads", node.inputs), ...ports("makes", node.outputs),
-          h("dt", {}, "time"), h("dd", {}, !node.runs ? "not run while one looks: it has effects outside"
-              : node.milliseconds === null ? "not run at this tick" : duration(node.milliseconds) + (node.kept ? ", kept from before" : ""))),
-        node.line > 0 && h("button", {type: "button", class: "link", onclick: () => showLine(node.line)}, `line ${node.line} of the text`),
+          h("dt", {}, "time"), h("dd", {}, timeOf(node))),
+        node.line > 0 && h("button", {type: "button", class: "link", onclick: () => showLine(node.line)},
+                           `line ${node.line} of the text`),
         node.error && h("p", {class: "problem"}, node.error),
         ...findings.map(finding => h("p", {class: "problem", "data-severity": finding.severity}, finding.text)),
     ].filter(Boolean));

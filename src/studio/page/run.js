@@ -34,6 +34,11 @@ function progressText({state, done, total, perSecond, seconds}) {
     return `${words[state]}: ${count} in ${seconds.toFixed(1)} s${perSecond > 0 ? `, ${perSecond.toFixed(1)} a second` : ""}`;
 }
 
+const nodeLink = name => h("button", {type: "button", class: "link", onclick: () => {
+    selectNode(name);
+    showPanel("options");
+}}, name);
+
 function updateShares({state, nodes}) {
     const key = JSON.stringify(nodes), none = state === "running" || nodes.length === 0;
     shares.hidden = sharesTitle.hidden = none;
@@ -43,7 +48,7 @@ function updateShares({state, nodes}) {
     shares.replaceChildren(
         h("thead", {}, h("tr", {}, ["node", "share", "", "a tick"].map(name => h("th", {scope: "col"}, name)))),
         h("tbody", {}, sorted.map(({name, share, mean}) => h("tr", {},
-            h("th", {scope: "row"}, h("button", {type: "button", class: "link", onclick: () => { selectNode(name); showPanel("options"); }}, name)),
+            h("th", {scope: "row"}, nodeLink(name)),
             h("td", {}, `${(share * 100).toFixed(1)}%`),
             h("td", {class: "bar-cell"}, h("i", {style: {width: `${Math.min(share * 100, 100)}%`}})),
             h("td", {}, duration(mean))))));

@@ -1,13 +1,14 @@
 // The bar of ticks: goes to a tick, steps, plays, and keeps bookmarks.
 
-import {isPending, send} from "studio/changes";
+import {isPending, onRefusal, send} from "studio/changes";
 import {clamp, h, plural, reconcile, set, setText} from "studio/dom";
+import {announce} from "studio/header";
 import {iconButton, setIcon} from "studio/icons";
 import {live, post} from "studio/source";
 import {editable, on, store} from "studio/store";
 
 const pace = 40; // milliseconds between ticks when playing, at least
-let wanted = null, playing = false, playedAt = 0;
+let wanted = null, asked = null, playing = false, playedAt = 0;
 
 const lastTick = () => store.state.ticks === null || !store.state.ticksCertain ? Infinity : store.state.ticks - 1;
 const current = () => wanted ?? store.state.tick;
@@ -16,7 +17,7 @@ const current = () => wanted ?? store.state.tick;
 export function goTo(tick) {
     const to = clamp(Math.round(tick), 0, lastTick());
     if (!Number.isFinite(to) || to === current()) return;
-    wanted = to;
+    wanted = asked = to;
     send("tick", "tick", {tick: to});
     update();
 }
@@ -25,6 +26,7 @@ export const step = by => goTo(current() + by);
 
 export function togglePlay() {
     playing = !playing;
+    asked = null;
     if (playing && current() >= lastTick()) goTo(0);
     setIcon(play, playing ? "pause" : "run");
     const label = playing ? "Pause (space)" : "Play (space)";
@@ -35,7 +37,8 @@ export function togglePlay() {
 /// The next tick, once the last one is shown.
 function advance() {
     if (!playing || store.state.busy || isPending("tick")) return;
-    if (current() >= lastTick() || !editable() && live) return togglePlay();
+    const ended = asked !== null && asked !== store.state.tick; // there is no such tick
+    if (ended || current() >= lastTick() || !editable() && live) return togglePlay();
     const rest = playedAt + pace - performance.now();
     if (rest > 0) return void setTimeout(advance, rest);
     playedAt = performance.now();
@@ -60,8 +63,9 @@ const marks = h("ul", {class: "bookmarks", "aria-label": "Bookmarks"}), ends = h
 const keptMarks = new Map();
 
 function makeMark({tick}) {
-    const row = h("li", {}, h("button", {type: "button", class: "link", onclick: () => goTo(tick), "aria-label": `Go to bookmark at tick ${tick}`}, String(tick)),
-                  iconButton("close", `Remove bookmark at tick ${tick}`, {onclick: () => toggleBookmark(tick)}));
+    const jump = h("button", {type: "button", class: "link", "aria-label": `Go to bookmark at tick ${tick}`,
+                              onclick: () => goTo(tick)}, String(tick));
+    const row = h("li", {}, jump, iconButton("close", `Remove bookmark at tick ${tick}`, {onclick: () => toggleBookmark(tick)}));
     row.lastChild.hidden = !live;
     return row;
 }
@@ -102,6 +106,11 @@ function update() {
 
 export function buildTicks() {
     mark.hidden = !live;
+    onRefusal((key, message) => {
+        if (key !== "tick" || !message) return;
+        announce(message, "error");
+        if (playing) togglePlay();
+    });
     on("state settled", () => {
         if (!store.state) return;
         if (wanted !== null && !isPending("tick")) wanted = null;

@@ -46,13 +46,15 @@ export function valueFields(form, label, changed, pick) {
     const choose = i => { model.active = i; show(); };
 
     function makeRow(i) {
-        const fields = names().map((name, k) => h("input", {type: "number", step: form.whole ? 1 : "any", "aria-label": `${label} ${i} ${name}`,
-            title: name, onfocus: () => { if (model.active !== i) choose(i); }, oninput: event => {
-                if (event.target.value === "") return;
-                const next = model.entries.map(entry => [...entry]);
-                next[i][k] = Number(event.target.value);
-                model.change(next);
-            }}));
+        const takeOver = (k, field) => {
+            if (field.value === "") return;
+            const next = model.entries.map(entry => [...entry]);
+            next[i][k] = Number(field.value);
+            model.change(next);
+        };
+        const fields = names().map((name, k) => h("input", {
+            type: "number", step: form.whole ? 1 : "any", "aria-label": `${label} ${i} ${name}`, title: name,
+            onfocus: () => { if (model.active !== i) choose(i); }, oninput: event => takeOver(k, event.target)}));
         const remove = form.list && iconButton("close", `Remove number ${i}`, {onclick: () => {
             model.active = 0;
             model.change(model.entries.filter((_, at) => at !== i));

@@ -2,7 +2,7 @@
 // is at work (drawing a box, taking a colour).
 
 import {compareBar, splitHandle} from "studio/compare";
-import {clamp, h, latestOnly, onceAFrame, set, setChoices, setText} from "studio/dom";
+import {clamp, h, latestOnly, onceAFrame, set, setChoices, setText, spreadOf} from "studio/dom";
 import {iconButton} from "studio/icons";
 import {areasOf, paint} from "studio/paint";
 import {picture} from "studio/pictures";
@@ -11,7 +11,7 @@ import {isFrame, on, showItem, showStream, store, streamOf, tell} from "studio/s
 import {View} from "studio/view";
 
 const canvas = h("canvas", {id: "viewer-canvas", role: "img", "aria-label": "No picture"});
-const note = h("p", {class: "viewer-note", hidden: true});
+const note = h("p", {class: "viewer-note"}, "Loading");
 const stage = h("div", {id: "stage", tabindex: 0, role: "group",
                         "aria-label": "Picture: + and - zoom, 0 fits, 1 shows it 1:1, arrows pan, " +
                                       "Shift with arrows moves the pixel cursor"}, canvas, note);
@@ -95,23 +95,26 @@ const pictureOf = (name, item) => {
 };
 
 /// Why the first place holds no picture.
-function explain(stream) {
+function explain(stream, first) {
     const value = stream?.value;
     const text = !stream ? "Choose a stream in the graph."
         : !value ? `${stream.name} has no value: ${stream.missing || "it was not computed"}`
         : value.kind === "other" ? `${stream.name}: ${value.summary || stream.type}`
-        : isFrame(stream) && value.items.length === 0 ? `${stream.name} is an empty list` : "";
+        : !isFrame(stream) || first ? ""
+        : value.items.length === 0 ? `${stream.name} is an empty list`
+        : `${stream.name} is no longer kept; it comes back with the next change or tick`;
     setText(note, text);
     note.hidden = !text;
-    return Boolean(text);
 }
 
 const load = latestOnly(async () => {
     const {generation} = store.state, stream = streamOf(store.shown);
     const both = store.mode !== "single" && store.second;
     const [first, second] = await Promise.all([pictureOf(store.shown, store.item), both && pictureOf(store.second, 0)]);
-    const missing = explain(stream);
-    if (!first && isFrame(stream) && !missing) return; // no longer kept: the next state brings another
+    if (!first && store.state.busy && shown.name === store.shown) return; // what comes next replaces it
+    explain(stream, first);
+    shown.name = store.shown;
+    if (first && cursor && !first.contains(...cursor)) cursor = null;
     const size = first ? `${first.width} x ${first.height} ${store.mode} ${Boolean(second)}` : lastSize;
     shown.pictures = [first || null, second || null];
     if (size !== lastSize && first) {
@@ -161,17 +164,13 @@ export function placeOf(event) {
 function listenToPointer() {
     const pointers = new Map();
     let dragged = null;
-    const spread = () => {
-        const [a, b] = [...pointers.values()];
-        return {x: (a.x + b.x) / 2, y: (a.y + b.y) / 2, length: Math.hypot(a.x - b.x, a.y - b.y) || 1};
-    };
     canvas.addEventListener("pointerdown", event => {
         if (event.button > 1) return;
         stage.focus({preventScroll: true});
         canvas.setPointerCapture(event.pointerId);
         pointers.set(event.pointerId, placeOf(event));
         const toTool = tool && pointers.size === 1 && event.button === 0 && shown.pictures[0];
-        dragged = pointers.size === 2 ? {pinch: spread()} : toTool ? {tool} : {pan: true};
+        dragged = pointers.size === 2 ? {pinch: spreadOf(pointers)} : toTool ? {tool} : {pan: true};
         if (dragged.tool) tool.down(placeOf(event), event);
     });
     canvas.addEventListener("pointermove", event => {
@@ -180,7 +179,7 @@ function listenToPointer() {
         pointers.set(event.pointerId, now);
         if (dragged?.tool) dragged.tool.move(now, event);
         else if (dragged?.pinch && pointers.size === 2) {
-            const next = spread();
+            const next = spreadOf(pointers);
             view.zoom(next.length / dragged.pinch.length, next.x, next.y);
             view.move(next.x - dragged.pinch.x, next.y - dragged.pinch.y);
             dragged.pinch = next;
