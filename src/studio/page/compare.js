@@ -14,8 +14,9 @@ function likelySecond() {
 }
 
 export function compareBar() {
-    const mode = h("select", {id: "mode", "aria-label": "How many pictures", onchange: () =>
-        showSecond(store.second ?? likelySecond(), mode.value)}, ...modes.map(([value, label]) => h("option", {value}, label)));
+    const choose = () => showSecond(store.second ?? likelySecond(), mode.value);
+    const mode = h("select", {id: "mode", "aria-label": "How many pictures", onchange: choose},
+        ...modes.map(([value, label]) => h("option", {value}, label)));
     const second = h("select", {id: "second", "aria-label": "Second stream", onchange: () => showSecond(second.value)});
     on("state show", () => {
         const frames = store.state.streams.filter(carriesFrames);

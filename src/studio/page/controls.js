@@ -19,7 +19,8 @@ export function rangeOf(option) {
     const known = [option.text, option.default].map(Number).filter(Number.isFinite);
     const reach = Math.max(option.type === "int" ? 10 : 1, ...known.map(value => Math.abs(value) * 4));
     const usual = option.kind === "ratio" ? [0, 1] : [known.some(value => value < 0) ? -reach : 0, reach];
-    let least = option.least ?? Math.min(usual[0], option.most ?? 0), most = option.most ?? Math.max(usual[1], least + reach);
+    let least = option.least ?? Math.min(usual[0], option.most ?? 0),
+        most = option.most ?? Math.max(usual[1], least + reach);
     least = Math.min(least, ...known);
     most = Math.max(most, ...known);
     return {least, most, step: option.type === "int" ? 1 : niceStep(most - least || 1)};
@@ -54,11 +55,15 @@ function numberControl(option, label, changed) {
 
 function boolControl(option, label, changed) {
     const box = h("input", {type: "checkbox", "aria-label": label, onchange: () => changed(String(box.checked))});
-    return {element: h("label", {class: "inline"}, box, h("span", {}, "on")), set: text => { box.checked = isTrue(text); }};
+    return {
+        element: h("label", {class: "inline"}, box, h("span", {}, "on")),
+        set: text => { box.checked = isTrue(text); }
+    };
 }
 
 function choiceControl(option, label, changed) {
-    const known = option.choices.map(({value, name}) => [String(value), name === String(value) ? name : `${name} (${value})`]);
+    const known =
+        option.choices.map(({value, name}) => [String(value), name === String(value) ? name : `${name} (${value})`]);
     const select = h("select", {"aria-label": label, onchange: () => changed(select.value)},
                      ...known.map(([value, text]) => h("option", {value}, text)));
     return {
@@ -74,8 +79,13 @@ function choiceControl(option, label, changed) {
 
 function textControl(option, label, changed) {
     const long = option.text.length > 60;
-    const field = h(long ? "textarea" : "input", {"aria-label": label, spellcheck: "false", autocomplete: "off",
-                                                  ...(long ? {rows: 4} : {type: "text"}), oninput: () => changed(field.value)});
+    const field = h(long ? "textarea" : "input", {
+        "aria-label": label,
+        spellcheck: "false",
+        autocomplete: "off",
+        ...(long ? {rows: 4} : {type: "text"}),
+        oninput: () => changed(field.value)
+    });
     return {element: field, set: text => { if (field.value !== text) field.value = text; }};
 }
 
@@ -102,7 +112,8 @@ function colourControl(option, label, changed, takeColour) {
         changed(field.element.value);
     };
     const well = h("input", {type: "color", "aria-label": `${label}, colour`, oninput: () => apply(well.value)});
-    const dropper = iconButton("dropper", "Take the colour from the picture", {onclick: () => takeColour(apply, label)});
+    const dropper =
+        iconButton("dropper", "Take the colour from the picture", {onclick: () => takeColour(apply, label)});
     return {
         element: h("div", {class: "colour"}, well, field.element, dropper),
         set(text) {

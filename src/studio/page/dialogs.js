@@ -17,15 +17,37 @@ function open(title, content, buttons, className = "") {
 }
 
 const keys = [
-    ["Anywhere", [[", and .", "the tick before, the next tick"], ["left, right", "the same, where nothing else takes them"],
-                  ["space", "play, pause"], ["b", "add or remove a bookmark"], ["g, v, o, t", "go to graph, viewer, options, text"],
-                  ["Ctrl Z, Ctrl Shift Z", "undo, redo"], ["Ctrl S", "save"], ["?", "this help"]]],
-    ["In the graph", [["arrows", "go from box to box"], ["Enter", "select a node, or show a stream"], ["+ - 0", "zoom in, zoom out, fit"]]],
-    ["In the viewer", [["+ - 0 1", "zoom in, zoom out, fit, one to one"], ["arrows", "pan"],
-                       ["Shift with arrows", "move the pixel cursor and read its value"],
-                       ["Esc", "put the cursor or the tool away"]]],
-    ["When drawing on the picture", [["arrows", "move the box or the point"], ["Shift with arrows", "resize the box"],
-                                     ["Enter", "take the colour under the pixel cursor"]]],
+    [
+        "Anywhere",
+        [
+            [", and .", "the tick before, the next tick"], ["left, right", "the same, where nothing else takes them"],
+            ["space", "play, pause"], ["b", "add or remove a bookmark"],
+            ["g, v, o, t", "go to graph, viewer, options, text"], ["Ctrl Z, Ctrl Shift Z", "undo, redo"],
+            ["Ctrl S", "save"], ["?", "this help"]
+        ]
+    ],
+    [
+        "In the graph",
+        [
+            ["arrows", "go from box to box"], ["Enter", "select a node, or show a stream"],
+            ["+ - 0", "zoom in, zoom out, fit"]
+        ]
+    ],
+    [
+        "In the viewer",
+        [
+            ["+ - 0 1", "zoom in, zoom out, fit, one to one"], ["arrows", "pan"],
+            ["Shift with arrows", "move the pixel cursor and read its value"],
+            ["Esc", "put the cursor or the tool away"]
+        ]
+    ],
+    [
+        "When drawing on the picture",
+        [
+            ["arrows", "move the box or the point"], ["Shift with arrows", "resize the box"],
+            ["Enter", "take the colour under the pixel cursor"]
+        ]
+    ],
 ];
 
 export function showHelp() {
@@ -47,7 +69,8 @@ async function save(overwrite) {
     }
 }
 
-const lineClass = line => /^(\+\+\+|---)/.test(line) ? "head" : {"+": "added", "-": "removed", "@": "place"}[line[0]] ?? "";
+const lineClass = line =>
+    /^(\+\+\+|---)/.test(line) ? "head" : {"+": "added", "-": "removed", "@": "place"}[line[0]] ?? "";
 
 /// Shows what would be written, and writes it when that is confirmed.
 export async function confirmSave() {

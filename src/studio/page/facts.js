@@ -4,7 +4,8 @@ import {byteCount, h, shortNumber} from "studio/dom";
 import {on, selectNode, store, streamOf} from "studio/store";
 
 const nodeLink = name => h("button", {type: "button", class: "link", onclick: () => selectNode(name)}, name);
-const listed = names => names.length ? names.flatMap((name, i) => i ? [", ", nodeLink(name)] : [nodeLink(name)]) : "nobody";
+const listed = names =>
+    names.length ? names.flatMap((name, i) => i ? [", ", nodeLink(name)] : [nodeLink(name)]) : "nobody";
 
 export function buildFacts() {
     const list = h("dl", {class: "facts"}), title = h("h3", {}, "Stream");
@@ -19,13 +20,14 @@ export function buildFacts() {
         key = now;
         if (!stream) return list.replaceChildren();
         const item = stream.value?.items[store.item];
-        list.replaceChildren(...[
-            row("name", stream.name),
+        list.replaceChildren(...[row("name", stream.name),
             row("type", h("code", {}, stream.type)),
             row("value", stream.value ? stream.value.summary || stream.value.kind : stream.missing || "none"),
             stream.value ? row("memory", `${byteCount(stream.value.bytes)}; all values that are kept: ${memory}`) : [],
             item?.binary ? row("shown", "0 as black, 1 as white") : [],
-            typeof item?.from === "number" ? row("shown", `${shortNumber(item.from)} as black, ${shortNumber(item.to)} as white`) : [],
+            typeof item?.from === "number"
+                ? row("shown", `${shortNumber(item.from)} as black, ${shortNumber(item.to)} as white`)
+                : [],
             row("from", nodeLink(stream.producer), ` (${stream.port})`),
             row("read by", ...[listed(stream.readers)].flat()),
         ].flat());

@@ -58,7 +58,8 @@ function zoom(factor, atX = pane.clientWidth / 2, atY = pane.clientHeight / 2) {
 
 function fit(least = leastScale) {
     if (!places || !pane.clientWidth) return;
-    const wide = (pane.clientWidth - 2 * margin) / places.width, high = (pane.clientHeight - 2 * margin) / places.height;
+    const wide = (pane.clientWidth - 2 * margin) / places.width,
+          high = (pane.clientHeight - 2 * margin) / places.height;
     view.scale = clamp(Math.min(wide, high), least, 1);
     hold();
 }
@@ -67,7 +68,8 @@ function fit(least = leastScale) {
 function reveal(key) {
     const place = placeOf(key);
     if (!place) return;
-    const into = (at, from, length, room) => clamp(at, margin - from * view.scale, room - margin - (from + length) * view.scale);
+    const into = (at, from, length, room) =>
+        clamp(at, margin - from * view.scale, room - margin - (from + length) * view.scale);
     view.x = into(view.x, place.x, place.width, pane.clientWidth);
     view.y = into(view.y, place.y, place.height, pane.clientHeight);
     hold();
@@ -89,7 +91,8 @@ function place() {
         box.hidden = !at;
         if (at) box.style.transform = `translate(${at.x}px, ${at.y}px)`;
     }
-    curves = places.edges.map(edge => ({...edge, element: svg("path", {d: path(edge.points), "marker-end": "url(#arrow)"})}));
+    curves = places.edges.map(
+        edge => ({...edge, element: svg("path", {d: path(edge.points), "marker-end": "url(#arrow)"})}));
     edges.replaceChildren(arrowHead, ...curves.map(curve => curve.element));
     highlight();
 }
@@ -213,7 +216,9 @@ function listenToPointer() {
     const end = event => pointers.delete(event.pointerId);
     pane.addEventListener("pointerup", end);
     pane.addEventListener("pointercancel", end);
-    pane.addEventListener("click", event => { if (moved) event.stopPropagation(); }, {capture: true}); // a drag is not a click
+    pane.addEventListener("click", event => {
+        if (moved) event.stopPropagation();
+    }, {capture: true}); // a drag is not a click
     pane.addEventListener("wheel", event => {
         event.preventDefault();
         zoom(Math.exp(-clamp(event.deltaY, -120, 120) / 500), at(event).x, at(event).y);

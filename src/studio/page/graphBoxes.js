@@ -8,9 +8,13 @@ import {findingsOf, isFrame, selectNode, showStream, store, streamOf} from "stud
 const thumbPause = 60, thumbsAtOnce = 2; // milliseconds; requests. The large picture comes first.
 
 export function makeNode({name}) {
-    const parts = {name: h("span", {class: "box-name"}, name), type: h("span", {class: "box-type"}),
-                   time: h("span", {class: "box-time"}), mark: h("span", {class: "box-mark", hidden: true}, icon("warning")),
-                   share: h("i", {class: "share"})};
+    const parts = {
+        name: h("span", {class: "box-name"}, name),
+        type: h("span", {class: "box-type"}),
+        time: h("span", {class: "box-time"}),
+        mark: h("span", {class: "box-mark", hidden: true}, icon("warning")),
+        share: h("i", {class: "share"})
+    };
     const box = h("button", {type: "button", class: "node", "data-node": name, tabindex: -1,
                              onclick: () => selectNode(name)}, ...Object.values(parts));
     box.parts = parts;
@@ -33,20 +37,28 @@ export function updateNode(box, node, total) {
     parts.mark.hidden = !bad;
     parts.share.style.width = `${(share * 100).toFixed(1)}%`;
     set(box, {
-        "data-severity": bad, "data-idle": !node.runs, "data-kept": node.kept,
+        "data-severity": bad,
+        "data-idle": !node.runs,
+        "data-kept": node.kept,
         "aria-pressed": String(store.node === node.name),
         "aria-label": `Node ${node.name}, ${node.type}${time && `, ${time}`}` +
-            `${node.kept ? ", values kept from before" : ""}${bad ? `, ${plural(texts.length, "finding")}: ${texts.join("; ")}` : ""}`,
-        title: [`${node.name} (${node.type})`, node.summary,
-                !node.runs ? "It has effects outside, so it runs with Run all only." : "",
-                share ? `${duration(node.milliseconds)}, ${(share * 100).toFixed(1)}% of the tick` : "",
-                node.kept ? "Its values were kept from before." : "", ...texts].filter(Boolean).join("\n"),
+            (node.kept ? ", values kept from before" : "") +
+            (bad ? `, ${plural(texts.length, "finding")}: ${texts.join("; ")}` : ""),
+        title: [
+            `${node.name} (${node.type})`, node.summary,
+            !node.runs ? "It has effects outside, so it runs with Run all only." : "",
+            share ? `${duration(node.milliseconds)}, ${(share * 100).toFixed(1)}% of the tick` : "",
+            node.kept ? "Its values were kept from before." : "", ...texts
+        ].filter(Boolean).join("\n"),
     });
 }
 
 export function makeStream({name}) {
-    const parts = {thumb: h("canvas", {class: "thumb", width: 128, height: 84, "aria-hidden": "true"}), summary: h("span", {class: "box-summary"}),
-                   name: h("span", {class: "box-name"}, name)};
+    const parts = {
+        thumb: h("canvas", {class: "thumb", width: 128, height: 84, "aria-hidden": "true"}),
+        summary: h("span", {class: "box-summary"}),
+        name: h("span", {class: "box-name"}, name)
+    };
     const box = h("button", {type: "button", class: "stream", "data-stream": name, tabindex: -1,
                              onclick: () => showStream(name)}, ...Object.values(parts));
     box.parts = parts;

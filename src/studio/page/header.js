@@ -36,18 +36,24 @@ export async function ask(action, body) {
 
 const banner = (id, ...content) => h("div", {class: "banner", id, role: "alert", hidden: true}, ...content);
 
+const lineLink = (line, text) =>
+    h("button", {type: "button", class: "link", onclick: () => showLine(line)}, `line ${line}: ${text}`);
+
 function buildBanners() {
     const messages = h("ul");
-    const broken = banner("broken", h("strong", {}, "The file has errors; the graph shows the last good text."), messages);
+    const broken =
+        banner("broken", h("strong", {}, "The file has errors; the graph shows the last good text."), messages);
     const ended = banner("ended", h("strong", {}, "The studio has ended."),
                          " The page shows what came last, and goes on by itself when the studio is back.");
     let kept = null;
-    const outside = banner("outside", h("strong", {}, "The file has changed on disk, and there are unsaved changes here."),
-        h("button", {type: "button", class: "button", id: "load-file", onclick: () => ask("discard", {})}, "Load the file"),
-        h("button", {type: "button", class: "button", id: "keep-mine", onclick: () => {
-            kept = store.state.text;
-            outside.hidden = true;
-        }}, "Keep mine"));
+    const keep = () => {
+        kept = store.state.text;
+        outside.hidden = true;
+    };
+    const button = (id, text, onclick) => h("button", {type: "button", class: "button", id, onclick}, text);
+    const outside = banner("outside",
+        h("strong", {}, "The file has changed on disk, and there are unsaved changes here."),
+        button("load-file", "Load the file", () => ask("discard", {})), button("keep-mine", "Keep mine", keep));
     on("state link", () => {
         ended.hidden = store.linked;
         const {state} = store;
@@ -58,8 +64,7 @@ function buildBanners() {
         const errors = state.broken ? state.findings.filter(finding => finding.severity === "error") : [];
         if (messages.dataset.key === JSON.stringify(errors)) return;
         messages.dataset.key = JSON.stringify(errors);
-        messages.replaceChildren(...errors.map(({line, text}) => h("li", {}, line > 0
-            ? h("button", {type: "button", class: "link", onclick: () => showLine(line)}, `line ${line}: ${text}`) : text)));
+        messages.replaceChildren(...errors.map(({line, text}) => h("li", {}, line > 0 ? lineLink(line, text) : text)));
     });
     return h("div", {class: "banners"}, ended, broken, outside);
 }

@@ -44,7 +44,8 @@ function summary(counts) {
 
 function draw(canvas, {counts}, mode, logarithmic) {
     const unit = window.devicePixelRatio || 1, style = getComputedStyle(canvas);
-    const width = canvas.width = Math.round(canvas.clientWidth * unit), height = canvas.height = Math.round(canvas.clientHeight * unit);
+    const width = canvas.width = Math.round(canvas.clientWidth * unit),
+          height = canvas.height = Math.round(canvas.clientHeight * unit);
     const context = canvas.getContext("2d"), scale = value => logarithmic ? Math.log1p(value) : value;
     const most = Math.max(1, ...counts.map(list => scale(Math.max(...list))));
     counts.forEach((list, i) => {
@@ -84,12 +85,16 @@ export function buildHistogram() {
         choice.disabled = picture.channels === 1;
         draw(canvas, counted, mode, logarithmic.checked);
         const lines = curves[mode].map(([name, colour], i) => [name, colour, summary(counted.counts[i])]);
-        caption.replaceChildren(...lines.map(([name, colour, text]) => h("li", {},
-            h("i", {class: "dot", style: {"background-color": colour === "grey" ? "currentColor" : colour}}), `${name}: ${text}`)));
+        caption.replaceChildren(...lines.map(
+            ([name, colour, text]) => h("li", {},
+                h("i", {class: "dot", style: {"background-color": colour === "grey" ? "currentColor" : colour}}),
+                `${name}: ${text}`)));
         set(canvas, {"aria-label": `Histogram. ${lines.map(([name, , text]) => `${name}: ${text}`).join("; ")}`});
         const {from, to} = picture.facts;
-        setText(note, [counted.step > 1 && `One of ${counted.step} pixels is counted.`,
-                       from !== null && `0 to 255 stand for ${shortNumber(from)} to ${shortNumber(to)}.`].filter(Boolean).join(" "));
+        setText(note, [
+            counted.step > 1 && `One of ${counted.step} pixels is counted.`,
+            from !== null && `0 to 255 stand for ${shortNumber(from)} to ${shortNumber(to)}.`
+        ].filter(Boolean).join(" "));
     });
     new ResizeObserver(update).observe(canvas);
     on("picture theme panel", update);

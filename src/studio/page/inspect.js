@@ -11,7 +11,8 @@ const values = h("span", {class: "values"}), facts = h("span", {class: "push mut
 let last = null; // {x, y, place} of the pixel that is read out
 
 const valueText = (list, approximate) =>
-    (approximate ? "about " : "") + list.map(value => typeof value === "number" ? shortNumber(value) : value).join(", ");
+    (approximate ? "about " : "") +
+    list.map(value => typeof value === "number" ? shortNumber(value) : value).join(", ");
 
 /// The bytes as shown are there at once; the value itself follows.
 const ask = latestOnly(async (picture, at) => {
@@ -30,7 +31,8 @@ function clear() {
 function show(x, y, place) {
     const picture = shownPicture(place);
     if (!picture?.contains(x, y)) return clear();
-    const shown = picture.shownAt(x, y), [red, green, blue] = picture.channels === 1 ? [shown[0], shown[0], shown[0]] : shown;
+    const shown = picture.shownAt(x, y),
+          [red, green, blue] = picture.channels === 1 ? [shown[0], shown[0], shown[0]] : shown;
     last = {x, y, place};
     swatch.hidden = false;
     swatch.style.backgroundColor = `rgb(${red} ${green} ${blue})`;

@@ -19,7 +19,8 @@ function focusOn(panel, ...selectors) {
 }
 
 const places = {
-    g: () => focusOn(getComputedStyle(document.getElementById("tab-graph")).display === "none" ? null : "graph", "#graph [tabindex='0']"),
+    g: () => focusOn(getComputedStyle(document.getElementById("tab-graph")).display === "none" ? null : "graph",
+        "#graph [tabindex='0']"),
     v: () => focusOn(null, "#stage"),
     o: () => focusOn("options", "#panel-options fieldset:enabled :is(input, select, textarea)", "#tab-options"),
     t: () => focusOn("text", ".code"),

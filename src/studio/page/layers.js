@@ -10,13 +10,15 @@ const hasOrder = kind => kind === "points" || kind === "contours";
 function make({name}) {
     const tick = h("input", {type: "checkbox", "data-overlay": name,
                            onchange: () => setOverlay(name, tick.checked ? {} : null)});
-    const order = h("select", {"aria-label": `Order of ${name}`, onchange: () => setOverlay(name, {order: order.value})},
-                    h("option", {value: "row"}, "row, column"), h("option", {value: "x"}, "x, y"));
+    const order =
+        h("select", {"aria-label": `Order of ${name}`, onchange: () => setOverlay(name, {order: order.value})},
+            h("option", {value: "row"}, "row, column"), h("option", {value: "x"}, "x, y"));
     const at = h("select", {"aria-label": `Where ${name} stand`, onchange: () => setOverlay(name, {at: at.value})});
     const parts = {tick, order, at, dot: h("i", {class: "dot"}), summary: h("span", {class: "muted"}),
                    atLabel: h("label", {class: "inline"}, "at", at)};
-    const row = h("li", {}, h("label", {class: "layer"}, tick, parts.dot, h("span", {class: "layer-name"}, name), parts.summary),
-                  h("div", {class: "layer-more"}, order, parts.atLabel));
+    const row = h("li", {},
+        h("label", {class: "layer"}, tick, parts.dot, h("span", {class: "layer-name"}, name), parts.summary),
+        h("div", {class: "layer-more"}, order, parts.atLabel));
     row.parts = parts;
     return row;
 }

@@ -48,7 +48,8 @@ function build() {
         border("Width of the graph", "--graph-width", {vertical: true, least: 200, most: 1600}),
         buildViewer(buildReadout()),
         border("Width of the panels", "--side-width", {vertical: true, least: 260, most: 900, fromEnd: true}), side);
-    document.body.append(...buildHeader({save: confirmSave, help: showHelp, theme: themeButton(), runButtons}), main, buildTicks());
+    document.body.append(
+        ...buildHeader({save: confirmSave, help: showHelp, theme: themeButton(), runButtons}), main, buildTicks());
     set(document.body, {"data-live": live});
     showPanel(narrow.matches ? "graph" : "options");
 }

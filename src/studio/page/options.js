@@ -45,7 +45,8 @@ function makeRow(node, option) {
     const body = h("fieldset", {class: "control"}, control.element, fields?.element);
     const row = h("div", {class: "option", "data-option": key},
         h("div", {class: "option-head"}, h("span", {class: "option-name"}, label),
-          h("span", {class: "muted"}, option.valueType || option.type), parts.set, parts.reset), body, parts.about, parts.problem);
+            h("span", {class: "muted"}, option.valueType || option.type), parts.set, parts.reset),
+        body, parts.about, parts.problem);
     body.addEventListener("pointerdown", () => { held = row; });
     const show = text => {
         control.set(text);
@@ -78,7 +79,9 @@ function aboutOf(option) {
     const degrees = isAngle ? `${(Number(option.text) * 180 / Math.PI).toFixed(2)} degrees` : "";
     const usual = option.default !== null ? `default ${option.default || "empty"}` : option.required ? "required" : "";
     const notes = [range, usual, degrees];
-    return [option.about, notes.filter(Boolean).join("; "), option.locked && `Locked: ${option.locked}.`].filter(Boolean).join(" \u2014 ");
+    return [option.about, notes.filter(Boolean).join("; "), option.locked && `Locked: ${option.locked}.`]
+        .filter(Boolean)
+        .join(" \u2014 ");
 }
 
 function updateRow(row, node, option) {
@@ -112,7 +115,8 @@ function timeOf({runs, milliseconds, kept}) {
 }
 
 function updateHead(node) {
-    const findings = findingsOf(node.name).filter(finding => !node.options.some(option => option.name === finding.port));
+    const findings =
+        findingsOf(node.name).filter(finding => !node.options.some(option => option.name === finding.port));
     const key = JSON.stringify([node.name, node.type, node.summary, node.line, node.inputs, node.outputs, node.error,
                                 node.milliseconds, node.runs, findings]);
     if (key === headKey) return;
@@ -139,8 +143,9 @@ function update() {
         keptNode = node.name;
     }
     updateHead(node);
-    reconcile(rows, kept, node.options, option => `${option.name} ${option.type} ${option.valueType} ${option.choices.length}`,
-              option => makeRow(node, option), (row, option) => updateRow(row, node, option));
+    reconcile(rows, kept, node.options,
+        option => `${option.name} ${option.type} ${option.valueType} ${option.choices.length}`,
+        option => makeRow(node, option), (row, option) => updateRow(row, node, option));
     setText(note, !live ? "This is a report: options can be read, not changed."
         : node.options.length === 0 ? "This node has no options." : "");
     note.hidden = !note.textContent;

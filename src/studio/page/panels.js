@@ -31,12 +31,20 @@ export function buildPanels(list) {
     const bar = h("div", {class: "tabs", role: "tablist", "aria-label": "Panels", onkeydown: onKey});
     const side = h("aside", {id: "side", "aria-label": "Panels"}, bar);
     for (const [name, title, children] of list) {
-        const tab = h("button", {type: "button", role: "tab", id: `tab-${name}`, class: "tab", onclick: () => showPanel(name),
-                                 "aria-controls": name === "graph" ? "graph" : `panel-${name}`}, title);
+        const tab = h("button", {
+            type: "button",
+            role: "tab",
+            id: `tab-${name}`,
+            class: "tab",
+            onclick: () => showPanel(name),
+            "aria-controls": name === "graph" ? "graph" : `panel-${name}`
+        },
+            title);
         tabs.set(name, tab);
         bar.append(tab);
         if (!children) continue;
-        const panel = h("div", {role: "tabpanel", id: `panel-${name}`, class: "panel", "aria-labelledby": `tab-${name}`}, ...children);
+        const panel = h("div",
+            {role: "tabpanel", id: `panel-${name}`, class: "panel", "aria-labelledby": `tab-${name}`}, ...children);
         panels.set(name, panel);
         side.append(panel);
     }
@@ -45,8 +53,15 @@ export function buildPanels(list) {
 
 /// A border that sets a length of the page (a property of the style) by dragging or arrows.
 export function border(label, property, {vertical, least, most, fromEnd}) {
-    const line = h("div", {class: `border ${vertical ? "vertical" : "horizontal"}`, role: "separator", tabindex: 0, "aria-label": label,
-                           "aria-orientation": vertical ? "vertical" : "horizontal", "aria-valuemin": least, "aria-valuemax": most});
+    const line = h("div", {
+        class: `border ${vertical ? "vertical" : "horizontal"}`,
+        role: "separator",
+        tabindex: 0,
+        "aria-label": label,
+        "aria-orientation": vertical ? "vertical" : "horizontal",
+        "aria-valuemin": least,
+        "aria-valuemax": most
+    });
     const apply = length => {
         const now = Math.round(clamp(length, least, Math.min(most, (vertical ? innerWidth : innerHeight) * 0.7)));
         document.documentElement.style.setProperty(property, `${now}px`);

@@ -103,7 +103,8 @@ function boxTool(model) {
             const way = arrows[event.key], box = model.entries[model.active];
             if (event.key === "Escape") return finish(), true;
             if (!way || !box) return false;
-            replaceActive(model, event.shiftKey ? resized(box, {right: true, bottom: true}, ...way) : moved(box, ...way));
+            replaceActive(
+                model, event.shiftKey ? resized(box, {right: true, bottom: true}, ...way) : moved(box, ...way));
             return true;
         },
     };
@@ -113,7 +114,8 @@ function pointTool(model) {
     const turn = ([a, b]) => model.turned ? [b, a] : [a, b];
     const put = (x, y) => {
         const picture = shownPicture();
-        replaceActive(model, turn([clamp(Math.floor(x), 0, picture.width - 1), clamp(Math.floor(y), 0, picture.height - 1)]));
+        replaceActive(
+            model, turn([clamp(Math.floor(x), 0, picture.width - 1), clamp(Math.floor(y), 0, picture.height - 1)]));
     };
     const arrows = {ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1]};
     return {
@@ -133,7 +135,8 @@ function pointTool(model) {
         }),
         down(place) {
             const near = 12 * (window.devicePixelRatio || 1) / view.scale;
-            const caught = model.entries.map(turn).findIndex(([x, y]) => Math.hypot(x + 0.5 - place.atX, y + 0.5 - place.atY) <= near);
+            const caught = model.entries.map(turn).findIndex(
+                ([x, y]) => Math.hypot(x + 0.5 - place.atX, y + 0.5 - place.atY) <= near);
             if (caught >= 0) model.active = caught;
             else put(place.atX, place.atY);
         },
@@ -150,12 +153,14 @@ function pointTool(model) {
     };
 }
 
-/// Lets one draw the boxes or points of a model (see studio/valueFields) on the picture, until the button is pressed again.
+/// Lets one draw the boxes or points of a model (see studio/valueFields) on the picture, until the button is pressed
+/// again.
 export function pickValue(model, button) {
     if (button.getAttribute("aria-pressed") === "true") return finish();
     if (!shownPicture()) return tell("nopicture");
     if (model.form.kind === "box")
-        begin(boxTool(model), "Drag: draw, move or resize the box. Arrows move it, Shift with arrows resizes it. Esc ends.", button);
+        begin(boxTool(model),
+            "Drag: draw, move or resize the box. Arrows move it, Shift with arrows resizes it. Esc ends.", button);
     else begin(pointTool(model), "Click or drag: set the point. Arrows move it. Esc ends.", button);
     stageElement.focus({preventScroll: true});
     redraw();

@@ -7,7 +7,8 @@ import {showPanel} from "studio/panels";
 import {Refusal, live, post} from "studio/source";
 import {editable, on, selectNode, store} from "studio/store";
 
-const start = iconButton("run", "Run all: the whole description, with its writers", {id: "run", onclick: () => act("run")}, "Run all");
+const start = iconButton(
+    "run", "Run all: the whole description, with its writers", {id: "run", onclick: () => act("run")}, "Run all");
 const stop = iconButton("stop", "Stop the run", {id: "stop", hidden: true, onclick: () => act("stop")}, "Stop");
 const bar = h("progress", {id: "run-progress", "aria-label": "Progress of the run"});
 const line = h("p", {class: "run-line", id: "run-line"}), message = h("p", {class: "run-message", id: "run-message"});
@@ -31,7 +32,8 @@ const words = {idle: "Nothing has run yet.", running: "Running", done: "Done", f
 function progressText({state, done, total, perSecond, seconds}) {
     if (state === "idle") return words.idle;
     const count = total === null ? `${done} ticks` : `${done} of ${total} ticks`;
-    return `${words[state]}: ${count} in ${seconds.toFixed(1)} s${perSecond > 0 ? `, ${perSecond.toFixed(1)} a second` : ""}`;
+    return `${words[state]}: ${count} in ${seconds.toFixed(1)} s${
+        perSecond > 0 ? `, ${perSecond.toFixed(1)} a second` : ""}`;
 }
 
 const nodeLink = name => h("button", {type: "button", class: "link", onclick: () => {
@@ -67,7 +69,8 @@ function update() {
     message.hidden = !run.message;
     set(message, {"data-severity": run.state === "failed" ? "error" : null});
     updateShares(run);
-    if (lastState === "running" && !running) announce(run.message || words[run.state], run.state === "failed" ? "error" : "");
+    if (lastState === "running" && !running)
+        announce(run.message || words[run.state], run.state === "failed" ? "error" : "");
     lastState = run.state;
 }
 

@@ -160,9 +160,11 @@ const source = data ? new Report(data.textContent) : new Server();
 /// Whether there is a server, so that options can be changed, the text saved and the description run.
 export const live = !data;
 export const made = data ? source.content.made : "";
+/// The ticks that a report holds, in order; null where any tick can be had.
+export const heldTicks = data ? source.content.states.map(state => state.tick) : null;
 
-/// Calls onState(state) with the latest state whenever there is a new one, and onLink(reached) when the server goes away
-/// or comes back.
+/// Calls onState(state) with the latest state whenever there is a new one, and onLink(reached) when the server goes
+/// away or comes back.
 export const start = (onState, onLink) => source.start(onState, onLink);
 /// Sends a request that changes something; gives {generation}, or throws a Refusal.
 export const post = (action, body = {}) => source.post(action, body);

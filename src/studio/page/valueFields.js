@@ -1,5 +1,6 @@
 // Fields for boxes and points of a Constant's value: x, y, width and height as numbers, and the choice of the one that
-// is drawn on the picture. The form of the value is told by its type: zun::Box, zun::Vec2f, zun::Vec2i, or lists of them.
+// is drawn on the picture. The form of the value is told by its type: zun::Box, zun::Vec2f, zun::Vec2i, or lists of
+// them.
 
 import {h, set} from "studio/dom";
 import {iconButton} from "studio/icons";
@@ -32,7 +33,8 @@ export const valueText = (entries, {list}) => {
 
 /// Fields below the option's text. `pick` is told of it: {form, entries, active, change(entries), turned}.
 export function valueFields(form, label, changed, pick) {
-    const rows = h("ol", {class: "value-rows"}), drag = h("button", {type: "button", class: "button"}, "Drag on the picture");
+    const rows = h("ol", {class: "value-rows"}),
+          drag = h("button", {type: "button", class: "button"}, "Drag on the picture");
     const add = iconButton("plus", form.kind === "box" ? "Add a box" : "Add a point");
     const order = h("select", {"aria-label": "Order of the point"}, h("option", {value: "row"}, "row, column"),
                     h("option", {value: "x"}, "x, y"));
@@ -42,7 +44,9 @@ export function valueFields(form, label, changed, pick) {
         show();
         changed(valueText(entries, form));
     };
-    const names = () => form.kind === "box" ? ["x", "y", "width", "height"] : model.turned ? ["row", "column"] : ["x", "y"];
+    const names = () => form.kind === "box" ? ["x", "y", "width", "height"]
+                        : model.turned      ? ["row", "column"]
+                                            : ["x", "y"];
     const choose = i => { model.active = i; show(); };
 
     function makeRow(i) {
@@ -59,7 +63,8 @@ export function valueFields(form, label, changed, pick) {
             model.active = 0;
             model.change(model.entries.filter((_, at) => at !== i));
         }});
-        const row = h("li", {}, ...fields.map((field, k) => h("label", {class: "tiny"}, h("span", {}, names()[k]), field)), remove);
+        const row = h("li", {},
+            ...fields.map((field, k) => h("label", {class: "tiny"}, h("span", {}, names()[k]), field)), remove);
         row.fields = fields;
         return row;
     }
@@ -71,7 +76,8 @@ export function valueFields(form, label, changed, pick) {
         for (const [i, row] of [...rows.children].entries()) {
             set(row, {"data-active": form.list && i === model.active});
             row.fields.forEach((field, k) => {
-                if (Number(field.value) !== model.entries[i][k] || field.value === "") field.value = plain(model.entries[i][k]);
+                if (Number(field.value) !== model.entries[i][k] || field.value === "")
+                    field.value = plain(model.entries[i][k]);
             });
         }
     }

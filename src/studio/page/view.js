@@ -1,4 +1,5 @@
-// How a picture lies in the viewer: a scale in device pixels for each pixel of the picture, and the place of its corner.
+// How a picture lies in the viewer: a scale in device pixels for each pixel of the picture, and the place of its
+// corner.
 
 import {clamp} from "studio/dom";
 

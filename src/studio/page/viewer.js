@@ -16,7 +16,8 @@ const stage = h("div", {id: "stage", tabindex: 0, role: "group",
                         "aria-label": "Picture: + and - zoom, 0 fits, 1 shows it 1:1, arrows pan, " +
                                       "Shift with arrows moves the pixel cursor"}, canvas, note);
 const zoomText = h("output", {class: "zoom", "aria-label": "Zoom"});
-const streamChoice = h("select", {id: "shown", "aria-label": "Stream shown", onchange: () => showStream(streamChoice.value)});
+const streamChoice =
+    h("select", {id: "shown", "aria-label": "Stream shown", onchange: () => showStream(streamChoice.value)});
 const itemChoice = h("select", {"aria-label": "Frame of the list", onchange: () => showItem(Number(itemChoice.value))});
 const itemLabel = h("label", {class: "inline", hidden: true}, "frame", itemChoice);
 
@@ -84,9 +85,13 @@ function resize() {
 /// Marks what is shown, for whoever looks at the page from outside.
 function mark(generation) {
     const first = shown.pictures[0];
-    set(canvas, {"data-shown": first && `${first.id}/${first.item}`, "data-width": first?.width,
-                 "data-height": first?.height, "data-generation": generation,
-                 "aria-label": first ? `Picture of ${store.shown}, ${first.width} x ${first.height} pixels` : "No picture"});
+    set(canvas, {
+        "data-shown": first && `${first.id}/${first.item}`,
+        "data-width": first?.width,
+        "data-height": first?.height,
+        "data-generation": generation,
+        "aria-label": first ? `Picture of ${store.shown}, ${first.width} x ${first.height} pixels` : "No picture"
+    });
 }
 
 const pictureOf = (name, item) => {
@@ -151,7 +156,8 @@ export function actualSize() {
     redraw();
 }
 
-/// Where a pointer is: {x, y} in its area, {atX, atY} in the picture (whole pixels are Math.floor of it), and the place.
+/// Where a pointer is: {x, y} in its area, {atX, atY} in the picture (whole pixels are Math.floor of it), and the
+/// place.
 export function placeOf(event) {
     const box = canvas.getBoundingClientRect();
     const x = (event.clientX - box.left) * unit(), y = (event.clientY - box.top) * unit();
