@@ -20,6 +20,7 @@ using Action = std::function<int()>;
 void addRunCommand(CLI::App &program, Action &chosen);
 void addCheckCommand(CLI::App &program, Action &chosen);
 void addNodesCommand(CLI::App &program, Action &chosen);
+void addDrawCommand(CLI::App &program, Action &chosen);
 void addCleanCommand(CLI::App &program, Action &chosen);
 
 /// FILE, -D, --set, --plugin, --allow-network and --allow-devices.

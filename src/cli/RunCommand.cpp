@@ -14,14 +14,13 @@
 #include "cli/Interrupt.h"
 #include "cli/Program.h"
 #include "cli/ProgressDisplay.h"
+#include "cli/RunObservers.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
 #include "cli/Watch.h"
 #include "description/Scalars.h"
 #include "description/Setting.h"
-#include "run/Progress.h"
 #include "run/Run.h"
-#include "vexa_core/MatAlloc.h"
 
 namespace zun::cli {
 namespace {
@@ -38,7 +37,8 @@ struct RunArguments {
     engine::RunOptions options;
     std::string frames, executor = "threads";
     std::vector<std::string> changes;
-    bool progress = false, stats = false, verbose = false, watch = false;
+    ObserverArguments observers;
+    bool progress = false, verbose = false, watch = false;
 };
 
 std::optional<Tick> parseTick(std::string_view text) {
@@ -77,26 +77,16 @@ std::string readChange(std::string const &text, std::vector<engine::OptionChange
     return "";
 }
 
-void printStatistics(engine::Progress const &progress) {
-    MatAlloc::Counters const counters = MatAlloc::getGlobalMatAlloc()->counters();
-    std::uint64_t const reusedPercent = counters.requests == 0 ? 0 : 100 * counters.reused / counters.requests;
-    Terminal::standardError().write(
-        "streams: at most " + readableBytes(progress.bytesPeak) + " in flight\n" +
-        "frame storage: " + counted(counters.requests, "block") + " handed out, " + std::to_string(reusedPercent) +
-        " % of them reused; at most " + readableBytes(counters.bytesPeak) + " in use, now " +
-        readableBytes(counters.bytesLive) + " in use and " + readableBytes(counters.bytesIdle) + " idle");
-}
-
 /// Runs and returns the ticks that were run.
-Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, engine::Progress &progress,
+Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, RunObservers &observers,
                 engine::RunControl &control) {
     Interrupt const interrupt(control.stop);
     std::optional<ProgressDisplay> display;
     std::optional<Watch> watch;
     if (arguments.watch) watch.emplace(arguments.description, graph, control);
-    if (arguments.progress) display.emplace(progress);
+    if (arguments.progress) display.emplace(observers.progress());
     engine::RunOptions options = arguments.options;
-    options.observer = &progress;
+    options.observer = &observers.all();
     return engine::run(graph, options, control);
 }
 
@@ -106,12 +96,12 @@ int runDescription(RunArguments const &arguments) {
     engine::Graph const graph = readAndCheck(arguments.description);
     if (!graph.passed()) return failed;
 
-    engine::Progress progress;
+    RunObservers observers(arguments.observers, graph, arguments.options.executor != Kind::Threads);
     engine::RunControl control;
     auto const start = std::chrono::steady_clock::now();
     int status = fine;
     try {
-        Tick const ticks = runWatched(arguments, graph, progress, control);
+        Tick const ticks = runWatched(arguments, graph, observers, control);
         std::chrono::duration<double> const elapsed = std::chrono::steady_clock::now() - start;
         if (control.stop) {
             printError("stopped after " + counted(ticks, "tick") + "; what was written for them is complete");
@@ -128,7 +118,7 @@ int runDescription(RunArguments const &arguments) {
         printError(error.what());
         status = failed;
     }
-    if (arguments.stats) printStatistics(progress);
+    observers.report();
     return status;
 }
 
@@ -169,7 +159,7 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         "--watch", arguments.watch,
         "Take option values that change in FILE into the run; a message says from which tick on they hold");
     command.add_flag("--progress", arguments.progress, "Show ticks done, rate and time left");
-    command.add_flag("--stats", arguments.stats, "Print how much memory the run used");
+    addObserverOptions(command, arguments.observers);
     command.add_flag("--verbose", arguments.verbose, "Print what nodes log: why one failed, and where in its source");
 }
 
@@ -187,7 +177,8 @@ void addRunCommand(CLI::App &program, Action &chosen) {
         "Examples:\n"
         "  zun run examples/first.yaml -D out=/tmp --progress\n"
         "  zun run film.yaml --frames 100:200 --threads 4 --set mark.colour=0x00FF00\n"
-        "  zun run film.yaml --plugin ./build/stars.so");
+        "  zun run film.yaml --plugin ./build/stars.so\n"
+        "  zun run film.yaml --stats --tap edges@100 --tap boxes=/tmp/boxes.jsonl --trace /tmp/film.trace.json");
     command->callback([arguments, &chosen] {
         arguments->options.executor = executors.at(arguments->executor);
         arguments->description.threads = arguments->options.threads;

@@ -4,15 +4,15 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/Dot.h"
 #include "cli/Program.h"
+#include "observers/Drawing.h"
 
 namespace {
 
 int printGraph(zun::cli::DescriptionArguments const &arguments) {
     zun::engine::Graph const graph = zun::cli::readAndCheck(arguments);
     if (!graph.passed()) return zun::cli::failed;
-    std::cout << zun::cli::dotGraph(graph);
+    std::cout << zun::observers::dotGraph(graph);
     return zun::cli::fine;
 }
 

@@ -11,6 +11,7 @@ FLOORS = """
     node description
     imgproc media graph catalogue
     run
+    observers
     cli python
 """
 THIRD_PARTY = re.compile(r"(hwy|opencv2|libav\w+|libsw\w+|freetype|pybind11|numpy|nlohmann|CLI|yaml-cpp)/|ft2build\.h")
