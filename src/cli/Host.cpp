@@ -9,7 +9,6 @@
 #include "media/HostNodes.h"
 
 namespace zun::cli {
-namespace {
 
 engine::Overrides overridesOf(DescriptionArguments const &arguments) {
     engine::Overrides overrides;
@@ -21,18 +20,20 @@ engine::Overrides overridesOf(DescriptionArguments const &arguments) {
     return overrides;
 }
 
-} // namespace
-
 void loadNodeTypes(std::vector<std::string> const &plugins) {
     media::registerNodes();
     engine::loadPlugin("imgproc");
     for (std::string const &plugin : plugins) engine::loadPlugin(plugin);
 }
 
-engine::Graph readAndCheck(DescriptionArguments const &arguments) {
+void prepareHost(DescriptionArguments const &arguments) {
     media::hostSettings() = {arguments.threads, arguments.allowNetwork, arguments.allowDevices};
     media::setWarningSink(printWarning);
     loadNodeTypes(arguments.plugins);
+}
+
+engine::Graph readAndCheck(DescriptionArguments const &arguments) {
+    prepareHost(arguments);
     engine::Graph graph = engine::check(engine::readDescription(arguments.file, overridesOf(arguments)));
     constexpr std::size_t mostShown = 200;
     Diagnostics const &all = graph.diagnostics;
