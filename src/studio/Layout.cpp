@@ -1,5 +1,6 @@
 #include "studio/Layout.h"
 
+#include <cmath>
 #include <functional>
 #include <iomanip>
 #include <sstream>
@@ -40,11 +41,11 @@ std::string dotText(Graph const &graph, Direction direction) {
     return dot.str();
 }
 
-/// A number of the plain format, as pixels.
+/// A number of the plain format, as pixels, to a hundredth.
 double pixels(std::istream &line) {
     double inches = 0;
     line >> inches;
-    return inches * inch;
+    return std::round(inches * inch * 100) / 100;
 }
 
 class PlainReader {

@@ -71,8 +71,8 @@ private:
         if (!known.insert(kept.id).second) return;
         facts.valueBytes += kept.facts.bytes;
         if (facts.valueBytes > plan.mostBytes)
-            throw Exception("the values of these ticks take more than " + std::to_string(plan.mostBytes >> 20) +
-                            " MiB; choose fewer with --ticks, or give a larger --keep");
+            throw Exception("the values of these ticks take more than " + std::to_string(plan.mostBytes) +
+                            " bytes; choose fewer with --ticks, or give a larger --keep");
         for (std::size_t i = 0; i < kept.facts.frames.size(); i++)
             if (kept.facts.frames[i].width > 0)
                 append(pictures, quotedKey(kept.id + "/" + std::to_string(i)) + "{\"png\": \"" +

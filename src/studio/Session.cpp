@@ -34,6 +34,16 @@ auto orRefuse(Action const &action) {
     }
 }
 
+/// Whether there is a variable in this line of a text or in the next: the lines of an option's name and its value.
+bool mayHoldVariable(std::string const &text, int line) {
+    if (line <= 0) return false;
+    std::size_t begin = 0;
+    for (int i = 1; i < line && begin != std::string::npos; i++) begin = text.find('\n', begin + 1);
+    std::size_t const next = begin == std::string::npos ? begin : text.find('\n', begin + 1);
+    std::size_t const end = next == std::string::npos ? next : text.find('\n', next + 1);
+    return begin != std::string::npos && text.substr(begin, end - begin).find("${") != std::string::npos;
+}
+
 } // namespace
 
 Session::Session(Settings chosen)
@@ -75,7 +85,7 @@ void Session::lockOptions(View &made) const {
     if (made.graph == nullptr || made.broken || settings.overrides.variables.empty()) return;
     for (engine::GraphNode const &node : made.graph->nodes)
         for (OptionState const &option : optionsOf(node, made.locked)) {
-            if (!option.set || !option.locked.empty()) continue;
+            if (!option.locked.empty() || !mayHoldVariable(made.text, option.line)) continue;
             try {
                 engine::editOption(made.text, node.description->name, option.name, option.text,
                                    settings.overrides.variables);
@@ -135,10 +145,10 @@ void Session::watch(std::stop_token const &stopped) {
 void Session::lookAtFile() try {
     bool const differs = file.changedOutside();
     if (differs && text == file.text()) {
-        std::string before = text;
         file.read();
         changedOutside = false;
         replaceText(file.text());
+        request();
     } else if (differs != changedOutside) {
         changedOutside = differs;
         publish();
@@ -230,7 +240,8 @@ std::uint64_t Session::discard() {
     std::lock_guard const lock(mutex);
     orRefuse([&] { file.read(); });
     changedOutside = false;
-    return replaceText(file.text());
+    replaceText(file.text());
+    return request();
 }
 
 std::uint64_t Session::show(Tick next) {
@@ -295,14 +306,12 @@ std::uint64_t Session::edit(std::string const &node, std::string const &option, 
     return request();
 }
 
-std::uint64_t Session::replaceText(std::string next) {
+void Session::replaceText(std::string next) {
     lastEdited.clear();
-    if (next != text) {
-        if (done.size() == mostSteps) done.erase(done.begin());
-        done.push_back(std::exchange(text, std::move(next)));
-        undone.clear();
-    }
-    return request();
+    if (next == text) return;
+    if (done.size() == mostSteps) done.erase(done.begin());
+    done.push_back(std::exchange(text, std::move(next)));
+    undone.clear();
 }
 
 std::uint64_t Session::request() {

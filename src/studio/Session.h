@@ -106,7 +106,7 @@ private:
     // With the mutex locked.
     engine::GraphNode const &nodeNamed(std::string const &name) const;
     void requireUnlocked(std::string const &node, std::string const &option) const;
-    std::uint64_t replaceText(std::string next);
+    void replaceText(std::string next);
     std::uint64_t edit(std::string const &node, std::string const &option, std::string next);
     std::uint64_t move(std::vector<std::string> &from, std::vector<std::string> &to, char const *what);
     std::uint64_t request();
