@@ -26,10 +26,14 @@ void loadNodeTypes(std::vector<std::string> const &plugins) {
     for (std::string const &plugin : plugins) engine::loadPlugin(plugin);
 }
 
-engine::Graph readAndCheck(DescriptionArguments const &arguments) {
+void prepareHost(DescriptionArguments const &arguments) {
     media::hostSettings() = {arguments.threads, arguments.allowNetwork, arguments.allowDevices};
     media::setWarningSink(printWarning);
     loadNodeTypes(arguments.plugins);
+}
+
+engine::Graph readAndCheck(DescriptionArguments const &arguments) {
+    prepareHost(arguments);
     engine::Graph graph = engine::check(engine::readDescription(arguments.file, overridesOf(arguments)));
     constexpr std::size_t mostShown = 200;
     Diagnostics const &all = graph.diagnostics;

@@ -25,10 +25,13 @@ struct DescriptionArguments {
 /// zun::Exception for a plug-in that can't be loaded.
 void loadNodeTypes(std::vector<std::string> const &plugins);
 
-/// The variables and settings among the arguments.
+/// What the arguments change in the description.
 engine::Overrides overridesOf(DescriptionArguments const &arguments);
 
-/// Tells the host's nodes what they may use, loads the node types, reads the description and checks it. All diagnostics
+/// Tells the host's nodes what they may use, and loads the node types.
+void prepareHost(DescriptionArguments const &arguments);
+
+/// Prepares the host, reads the description and checks it. All diagnostics
 /// go to the standard error stream, in the order of the file: errors, warnings, and notes on what nodes settle by
 /// themselves.
 engine::Graph readAndCheck(DescriptionArguments const &arguments);

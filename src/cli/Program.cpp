@@ -2,6 +2,7 @@
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -14,6 +15,7 @@
 #include "description/Setting.h"
 #include "imgproc/kernels/Targets.h"
 #include "pipeline/NearestName.h"
+#include "vexa_core/Memory.h"
 
 namespace zun::cli {
 namespace {
@@ -94,6 +96,20 @@ void addDescriptionArguments(CLI::App &command, DescriptionArguments &arguments)
     command.add_flag("--allow-network", arguments.allowNetwork,
                      "Let nodes read addresses such as rtsp://camera/stream");
     command.add_flag("--allow-devices", arguments.allowDevices, "Let nodes read cameras such as v4l2:/dev/video0");
+}
+
+void addKeepOption(CLI::App &command, std::uint64_t &bytes) {
+    command
+        .add_option("--keep", bytes,
+                    "Keep at most so many bytes of values, such as 500M or 2G (default: an eighth of the machine's "
+                    "memory, and at most 2G)")
+        ->type_name("SIZE")
+        ->transform(CLI::AsSizeValue(false).description(""));
+}
+
+std::uint64_t usualBytesToKeep() {
+    constexpr std::uint64_t most = std::uint64_t{2} << 30;
+    return std::min(quarterOfMemory() / 2, most);
 }
 
 int runProgram(CLI::App &program, int count, char const *const *arguments, Action const &action) {

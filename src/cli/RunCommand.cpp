@@ -1,7 +1,6 @@
 // zun run: runs a pipeline.
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <map>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "cli/RunObservers.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
+#include "cli/TickRange.h"
 #include "cli/Watch.h"
 #include "description/Scalars.h"
 #include "description/Setting.h"
@@ -35,32 +35,12 @@ constexpr unsigned mostThreads = 1024;
 struct RunArguments {
     DescriptionArguments description;
     engine::RunOptions options;
+    TickRange ticks;
     std::string frames, executor = "threads";
     std::vector<std::string> changes;
     ObserverArguments observers;
     bool progress = false, verbose = false, watch = false;
 };
-
-std::optional<Tick> parseTick(std::string_view text) {
-    Tick tick = 0;
-    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), tick);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return tick;
-}
-
-/// Reads "a:b"; either may be left out. Returns what is wrong, or nothing.
-std::string readFrames(std::string const &text, engine::RunOptions &options) {
-    std::size_t const colon = text.find(':');
-    if (colon == std::string::npos) return "'" + text + "' is not of the form a:b";
-    std::string const first = text.substr(0, colon), end = text.substr(colon + 1);
-    std::optional<Tick> const firstTick = first.empty() ? 0 : parseTick(first);
-    std::optional<Tick> const endTick = end.empty() ? endless : parseTick(end);
-    if (!firstTick || !endTick) return "'" + text + "' is not of the form a:b with numbers from 0 up";
-    if (*firstTick >= *endTick) return "'" + text + "' holds no tick: the first must be below the end";
-    options.first = *firstTick;
-    options.end = *endTick;
-    return "";
-}
 
 /// Reads "tick:node.option=value". Returns what is wrong, or nothing.
 std::string readChange(std::string const &text, std::vector<engine::OptionChange> &changes) {
@@ -86,6 +66,8 @@ Tick runWatched(RunArguments const &arguments, engine::Graph const &graph, RunOb
     if (arguments.watch) watch.emplace(arguments.description, graph, control);
     if (arguments.progress) display.emplace(observers.progress());
     engine::RunOptions options = arguments.options;
+    options.first = arguments.ticks.first;
+    options.end = arguments.ticks.end;
     options.observer = &observers.all();
     return engine::run(graph, options, control);
 }
@@ -128,7 +110,7 @@ void addRunOptions(CLI::App &command, RunArguments &arguments) {
         .add_option("--frames", arguments.frames,
                     "Run the ticks from A up to, but not including, B; either may be left out")
         ->type_name("A:B")
-        ->check(CLI::Validator([&options](std::string &text) { return readFrames(text, options); }, ""));
+        ->check(CLI::Validator([&arguments](std::string &text) { return readTickRange(text, arguments.ticks); }, ""));
     command
         .add_option("--change", arguments.changes,
                     "Give an option of a node a new value from a tick on, as in 100:mark.colour=0x00FF00")

@@ -1,4 +1,4 @@
-// The program zun: runs, checks and draws pipelines, describes node types, and removes what killed runs left.
+// The program zun: runs, checks, draws and shows pipelines, describes node types, and removes what killed runs left.
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +10,8 @@ int main(int argc, char **argv) {
     zun::cli::addRunCommand(program, action);
     zun::cli::addCheckCommand(program, action);
     zun::cli::addDrawCommand(program, action);
+    zun::cli::addStudioCommand(program, action);
+    zun::cli::addInspectCommand(program, action);
     zun::cli::addNodesCommand(program, action);
     zun::cli::addCleanCommand(program, action);
     program.require_subcommand(1);

@@ -1,5 +1,6 @@
 #include "run/SingleNode.h"
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -20,10 +21,16 @@ void checkPorts(char const *kind, std::set<std::string> const &named, Ports cons
     }
 }
 
-/// A port's stream has the port's name.
-std::map<std::string, std::string> streamsOf(std::set<std::string> const &ports) {
-    std::map<std::string, std::string> streams;
-    for (std::string const &port : ports) streams[port] = port;
+using Streams = std::map<std::string, std::string>; // by port
+
+std::string const &streamOf(std::string const &port, Streams const &named) {
+    auto const found = named.find(port);
+    return found != named.end() ? found->second : port;
+}
+
+Streams streamsOf(std::set<std::string> const &ports, Streams const &named) {
+    Streams streams;
+    for (std::string const &port : ports) streams[port] = streamOf(port, named);
     return streams;
 }
 
@@ -39,8 +46,8 @@ thread_local SingleNode::Call *SingleNode::current = nullptr;
 SingleNode::SingleNode(SingleNodePlan nodePlan) : plan(std::move(nodePlan)), entry(nodeTypeNamed(plan.type)) {
     checkPorts("input", plan.inputs, entry.specification.inputs, plan.type);
     checkPorts("output", plan.outputs, entry.specification.outputs, plan.type);
-    node.reset(
-        entry.factory({this, 0}, NodeConfig(plan.type, plan.options, streamsOf(plan.inputs), streamsOf(plan.outputs))));
+    node.reset(entry.factory({this, 0}, NodeConfig(plan.type, plan.options, streamsOf(plan.inputs, plan.inputStreams),
+                                                   streamsOf(plan.outputs, plan.outputStreams))));
     // A constructor doesn't look at options that it has no field for; setOption() names them.
     Variant nothing;
     for (auto const &[name, value] : plan.options)
@@ -60,18 +67,24 @@ SingleNode::~SingleNode() {
     }
 }
 
-PortValues SingleNode::process(PortValues inputs) {
+PortValues SingleNode::process(PortValues inputs) { return lockAndRun(std::move(inputs), std::nullopt); }
+
+PortValues SingleNode::process(PortValues inputs, Tick tick) { return lockAndRun(std::move(inputs), tick); }
+
+PortValues SingleNode::lockAndRun(PortValues inputs, std::optional<Tick> tick) {
     if (node->canSelfParallelise()) {
         std::shared_lock const lock(inUse);
-        return run(std::move(inputs));
+        return run(std::move(inputs), tick);
     }
     std::lock_guard const lock(inUse);
-    return run(std::move(inputs));
+    return run(std::move(inputs), tick);
 }
 
-PortValues SingleNode::run(PortValues inputs) {
+PortValues SingleNode::run(PortValues inputs, std::optional<Tick> chosen) {
     if (flushed) throw Exception("a node of type " + plan.type + " can't run again after its end");
-    Tick const tick = nextTick++;
+    Tick const tick = chosen ? *chosen : nextTick++;
+    for (Tick next = nextTick; next <= tick && !nextTick.compare_exchange_weak(next, tick + 1);) {
+    }
     if (!plan.trust) checkInputs(tick, inputs);
     Call call{tick, std::move(inputs), {}};
     Call *const outer = std::exchange(current, &call);
@@ -119,7 +132,9 @@ void SingleNode::flush() {
 std::shared_ptr<Variant> SingleNode::getLinearInput(PipelineNode const *, Tick tick, std::string stream,
                                                     bool mustExist) {
     if (current == nullptr || current->tick != tick) throw Exception("a node reads outside of its process()");
-    auto const found = current->inputs.find(stream);
+    auto const found = std::find_if(current->inputs.begin(), current->inputs.end(), [&](auto const &input) {
+        return streamOf(input.first, plan.inputStreams) == stream;
+    });
     bool const exists = found != current->inputs.end() && found->second != nullptr;
     if (!exists && mustExist) throw Exception("input '" + stream + "' holds no value");
     return exists ? found->second : nullptr;
@@ -128,7 +143,8 @@ std::shared_ptr<Variant> SingleNode::getLinearInput(PipelineNode const *, Tick t
 void SingleNode::setLinearOutput(Tick tick, std::string stream, std::shared_ptr<Variant> value) {
     if (stream == noStream) return;
     if (current == nullptr || current->tick != tick) throw Exception("a node writes outside of its process()");
-    current->outputs[stream] = std::move(value);
+    for (std::string const &port : plan.outputs)
+        if (streamOf(port, plan.outputStreams) == stream) current->outputs[port] = std::move(value);
 }
 
 std::uint64_t SingleNode::getStreamBufferCount(std::string const &) { return 0; }

@@ -31,6 +31,10 @@ struct SingleNodePlan {
     std::set<std::string> inputs;  ///< the ports that are connected
     std::set<std::string> outputs; ///< likewise
     bool trust = false;            ///< run without the guard
+
+    /// Port -> the name of its stream, which some nodes take over into what they write; else the port's own name. Two
+    /// inputs may have the same stream, and then the same value.
+    std::map<std::string, std::string> inputStreams = {}, outputStreams = {};
 };
 
 /// Values by port.
@@ -51,12 +55,19 @@ public:
     /// the guard refuses, unless nodes are trusted, and whatever the node throws.
     PortValues process(PortValues inputs);
 
+    /// The same for a tick of the caller's choice. Ticks of a node that doesn't allow several at a time have to
+    /// increase.
+    PortValues process(PortValues inputs, Tick tick);
+
     /// Replaces an option from the next tick on, converted to the option's type.
     void setOption(std::string const &name, OptionNode const &value);
 
     /// The node's last call, which the destructor makes if nobody has; process() fails from then on. Throws what the
     /// node throws.
     void flush();
+
+    /// What the node says of itself; it is not to be run but by process().
+    PipelineNode &built() { return *node; }
 
     NodeRegistry::Entry const &type() const { return entry; }
     std::set<std::string> const &connectedInputs() const { return plan.inputs; }
@@ -70,7 +81,8 @@ private:
     void setLinearOutput(Tick tick, std::string stream, std::shared_ptr<Variant> value) override;
     std::uint64_t getStreamBufferCount(std::string const &stream) override;
 
-    PortValues run(PortValues inputs);
+    PortValues lockAndRun(PortValues inputs, std::optional<Tick> tick);
+    PortValues run(PortValues inputs, std::optional<Tick> chosen);
     void checkInputs(Tick tick, PortValues const &inputs) const;
 
     SingleNodePlan plan;
