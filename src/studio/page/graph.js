@@ -7,6 +7,7 @@ import {layout} from "studio/source";
 import {on, store} from "studio/store";
 
 const margin = 16, leastScale = 0.1, mostScale = 2, readable = 0.62;
+const toolsHeight = 52; // what the buttons cover at the bottom
 const dragLength = 4; // pixels from which on a press is a drag
 
 const arrowHead = svg("marker", {id: "arrow", viewBox: "0 0 8 8", refX: 8, refY: 4, markerWidth: 8, markerHeight: 8,
@@ -38,13 +39,13 @@ const show = onceAFrame(() => {
 
 /// Keeps the graph within the pane where it fits, and over all of the pane where it doesn't.
 function hold() {
-    const along = (at, length, room) => {
-        const least = Math.min(margin, room - length - margin), most = Math.max(margin, room - length - margin);
+    const along = (at, length, room, end) => {
+        const least = Math.min(margin, room - length - end), most = margin;
         return length + 2 * margin <= room ? (room - length) / 2 : clamp(at, least, most);
     };
     if (!places || !pane.clientWidth) return;
-    view.x = along(view.x, places.width * view.scale, pane.clientWidth);
-    view.y = along(view.y, places.height * view.scale, pane.clientHeight);
+    view.x = along(view.x, places.width * view.scale, pane.clientWidth, margin);
+    view.y = along(view.y, places.height * view.scale, pane.clientHeight, toolsHeight);
     show();
 }
 

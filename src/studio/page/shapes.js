@@ -76,7 +76,7 @@ const drawers = {
     },
     /// The pixel itself where pixels are large, a mark about its middle where they are small.
     points(context, view, points, look) {
-        const size = Math.max(view.scale, 3 * look.unit), rim = look.unit;
+        const size = Math.max(view.scale, 5 * look.unit), rim = look.unit;
         for (const [style, more] of [["rgb(0 0 0 / 0.55)", rim], [look.colour, 0]]) {
             context.fillStyle = style;
             for (const [x, y] of points) {
