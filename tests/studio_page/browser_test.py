@@ -102,10 +102,10 @@ class Page(unittest.TestCase):
             self.browser.wait("document.querySelector('[data-stream=boxes]').textContent.includes('24 element')")
             studio.file.write_text(before.replace("type: FindContours", "type: FindContour"))
             for browser in (self.browser, second):
-                browser.wait("document.body.textContent.includes('last good text')")
+                browser.wait("document.body.innerText.includes('last good text')")
                 self.assertTrue(browser.run("document.querySelector('[data-stream=boxes]').textContent.includes('24')"))
             studio.file.write_text(before)
-            self.browser.wait("!document.body.textContent.includes('last good text')")
+            self.browser.wait("!document.body.innerText.includes('last good text')")
             self.assertEqual(second.complaints(), [])
 
     def test_strangers_are_refused(self):
