@@ -156,7 +156,7 @@ engine::PortValues Preview::inputsOf(GraphNode const &node, Snapshot const &snap
 Preview::BuiltNode &Preview::nodeFor(GraphNode const &node, Tick tick) {
     BuiltNode &ready = built[numbers[node.index]];
     bool const goesOn = isSource(node) && ready.last && tick > *ready.last;
-    bool const usable = ready.node != nullptr && (!ready.last || goesOn || ready.overlaps);
+    bool const usable = ready.node != nullptr && (!ready.last || goesOn || ready.anyTick);
     if (usable) return ready;
     ready = {};
     if (std::string const why = whyNotByTick(node); !why.empty()) throw Exception(why);
@@ -164,7 +164,9 @@ Preview::BuiltNode &Preview::nodeFor(GraphNode const &node, Tick tick) {
     for (GraphPort const &output : node.outputs) outputs.insert(output.name);
     if (std::string const beside = besideFrames(node); !beside.empty()) outputs.insert(beside);
     ready.node = build(node, std::move(outputs));
-    ready.overlaps = ready.node->built().canSelfParallelise();
+    // Sources that tell of their frames are the host's own, and go back to any.
+    bool const goesBack = isSource(node) && !besideFrames(node).empty();
+    ready.anyTick = goesBack || ready.node->built().canSelfParallelise();
     if (isSource(node)) {
         Length &length = lengths[numbers[node.index]];
         length.until = std::min(length.until, ready.node->built().getRunUntil(endless));

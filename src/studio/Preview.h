@@ -66,7 +66,7 @@ public:
 private:
     struct BuiltNode {
         std::unique_ptr<engine::SingleNode> node;
-        bool overlaps = false;    ///< it may process any tick
+        bool anyTick = false;     ///< it may process any tick, whatever it did before
         std::optional<Tick> last; ///< that it processed
     };
 

@@ -14,7 +14,6 @@
 #include "graph/Graph.h"
 #include "pipeline/Tick.h"
 #include "run/Control.h"
-#include "run/Observer.h"
 
 namespace zun::studio {
 
@@ -29,8 +28,8 @@ struct RunState {
     Tick done = 0;              ///< ticks
     std::optional<Tick> total;
     double seconds = 0;
-    std::string message;     ///< why it failed; else how it ended
-    std::vector<Node> nodes; ///< in the order of the description
+    std::string message;     ///< why it failed, or what bounded its speed
+    std::vector<Node> nodes; ///< in the order of the description; after the run
 };
 
 /// One run at a time. Thread-safe.
@@ -52,14 +51,13 @@ public:
     bool running() const;
 
 private:
-    class Watch;
+    struct Watch;
 
     void run(engine::Graph const &graph, engine::RunControl &control, Watch &watch);
 
     std::function<void()> const ended;
     mutable std::mutex mutex;
-    RunState last; ///< `state`, `seconds` and `message`, of a run that is over
-    std::shared_ptr<engine::Graph const> graph;
+    RunState last; ///< while one runs, its `state` alone
     std::shared_ptr<engine::RunControl> control;
     std::shared_ptr<Watch> watch;
     std::chrono::steady_clock::time_point begun;

@@ -12,9 +12,10 @@ FLOORS = """
     imgproc media graph catalogue
     run
     observers
+    studio
     cli python
 """
-THIRD_PARTY = re.compile(r"(hwy|opencv2|libav\w+|libsw\w+|freetype|pybind11|numpy|nlohmann|CLI|yaml-cpp)/|ft2build\.h")
+THIRD_PARTY = re.compile(r"(hwy|opencv2|libav\w+|libsw\w+|freetype|pybind11|numpy|nlohmann|CLI|yaml-cpp)/|ft2build\.h|httplib\.h")
 
 root = Path(sys.argv[1])
 floor = {name: i for i, line in enumerate(FLOORS.split("\n")) for name in line.split()}
