@@ -84,7 +84,7 @@ void addObserverOptions(CLI::App &command, ObserverArguments &arguments) {
         .add_flag("--stats", arguments.stats,
                   "Print how long nodes took and waited, what bounds the run, and how much memory it used. As "
                   "--stats=json, print JSON to the standard output; as --stats=FILE.json, write it to a file")
-        ->check(CLI::Validator([](std::string &text) { return whatIsWrongWithStats(text); }, ""));
+        ->transform(CLI::Validator([](std::string &text) { return whatIsWrongWithStats(text); }, ""));
     command
         .add_option("--trace", arguments.trace, "Write what each thread did, and when, for a viewer of Chrome traces")
         ->type_name("FILE");
