@@ -129,4 +129,5 @@ def main():
         pathlib.Path(arguments.json).write_text(json.dumps({"size": f"{columns}x{rows}", "rows": table}, indent=2))
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -36,7 +36,9 @@ std::string whatIsWrongWithTap(std::string const &text) {
     }
 }
 
-std::string whatIsWrongWithStats(std::string const &text) {
+/// CLI11 gives a flag without a value as "true".
+std::string whatIsWrongWithStats(std::string &text) {
+    if (text == "true") text = asTable;
     if (text == asTable || text == asJson || text.ends_with(".json")) return "";
     return "'" + text + "' is neither json nor a file that ends with .json";
 }
@@ -79,10 +81,10 @@ void addObserverOptions(CLI::App &command, ObserverArguments &arguments) {
         ->allow_extra_args(false)
         ->check(CLI::Validator([](std::string &text) { return whatIsWrongWithTap(text); }, ""));
     command
-        .add_flag("--stats{table}", arguments.stats,
+        .add_flag("--stats", arguments.stats,
                   "Print how long nodes took and waited, what bounds the run, and how much memory it used. As "
                   "--stats=json, print JSON to the standard output; as --stats=FILE.json, write it to a file")
-        ->check(CLI::Validator([](std::string &text) { return whatIsWrongWithStats(text); }, ""));
+        ->transform(CLI::Validator([](std::string &text) { return whatIsWrongWithStats(text); }, ""));
     command
         .add_option("--trace", arguments.trace, "Write what each thread did, and when, for a viewer of Chrome traces")
         ->type_name("FILE");

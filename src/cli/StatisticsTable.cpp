@@ -30,8 +30,6 @@ std::string aligned(std::vector<Row> const &rows) {
 
 std::string percent(double share) { return std::to_string(std::lround(100 * share)) + " %"; }
 
-std::string seconds(double value) { return readableRate(value) + " s"; }
-
 Row rowOf(observers::NodeStatistics const &node) {
     std::uint64_t const each = node.ticks == 0 ? 0 : node.bytesWritten / node.ticks;
     return {node.name + " (" + node.type + ")",
@@ -39,11 +37,11 @@ Row rowOf(observers::NodeStatistics const &node) {
             readableRate(node.meanMilliseconds),
             readableRate(node.p95Milliseconds),
             percent(node.share),
-            seconds(node.waited(Wait::Input)),
-            seconds(node.waited(Wait::Space)),
-            seconds(node.waited(Wait::Bytes)),
-            seconds(node.waited(Wait::Others)),
-            seconds(node.waited(Wait::Thread)),
+            readableRate(node.waited(Wait::Input)),
+            readableRate(node.waited(Wait::Space)),
+            readableRate(node.waited(Wait::Bytes)),
+            readableRate(node.waited(Wait::Others)),
+            readableRate(node.waited(Wait::Thread)),
             readableBytes(node.bytesWritten),
             readableBytes(each)};
 }
@@ -51,8 +49,8 @@ Row rowOf(observers::NodeStatistics const &node) {
 } // namespace
 
 std::string statisticsTable(observers::RunStatistics const &run) {
-    std::vector<Row> nodes{{"node", "ticks", "mean ms", "p95 ms", "busy", "for input", "for space", "for bytes",
-                            "for others", "for thread", "written", "a tick"}};
+    std::vector<Row> nodes{{"node", "ticks", "mean ms", "p95 ms", "busy", "input s", "space s", "bytes s", "others s",
+                            "thread s", "written", "a tick"}};
     for (observers::NodeStatistics const &node : run.nodes) nodes.push_back(rowOf(node));
     std::vector<Row> streams{{"stream", "values at most", "bytes at most"}};
     for (observers::StreamStatistics const &stream : run.streams)

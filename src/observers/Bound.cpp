@@ -13,6 +13,8 @@ using engine::Wait;
 
 constexpr double busyWorkers = 0.9, busyNode = 0.8, emptySource = 0.5, cappedNode = 0.25;
 
+constexpr std::uint64_t fewestTicks = 10;
+
 std::string percent(double share) { return std::to_string(std::lround(100 * share)) + " %"; }
 
 std::string labelOf(NodeStatistics const &node) { return "'" + node.name + "' (" + node.type + ")"; }
@@ -40,6 +42,7 @@ std::string boundByNode(RunStatistics const &run, NodeStatistics const &node) {
 
 std::string boundOf(RunStatistics const &run) {
     if (run.nodes.empty() || run.busySeconds <= 0 || run.seconds <= 0) return "";
+    if (run.ticks < fewestTicks) return "The run is too short to say what bounds it.";
     double const busy = run.busySeconds / (run.seconds * run.workers);
     NodeStatistics const &busiest = most(run, [](auto const &node) { return node.busySeconds; });
     if (busy >= busyWorkers)

@@ -66,11 +66,19 @@ private:
     /// Nodes may have equal names in a description with errors, so they are told apart by their place.
     static std::string nodeId(std::size_t node) { return "n" + std::to_string(node); }
 
-    /// Errors before warnings.
-    std::vector<Diagnostic const *> findingsOf(std::string const &node) const {
+    /// How messages about a node begin.
+    static std::string subject(engine::GraphNode const &node) { return "node " + node.label() + " "; }
+
+    /// What concerns a node, or none if it is null; errors before warnings.
+    std::vector<Diagnostic const *> findingsOf(engine::GraphNode const *node) const {
         std::vector<Diagnostic const *> findings;
-        for (Diagnostic const &one : graph.diagnostics)
-            if (one.node == node && one.severity != Diagnostic::Severity::Note) findings.push_back(&one);
+        for (Diagnostic const &one : graph.diagnostics) {
+            bool const named = one.node == (node != nullptr ? node->description->name : "");
+            // Where two nodes have one name, the message shows which of them is meant.
+            bool const other =
+                node != nullptr && one.message.starts_with("node ") && !one.message.starts_with(subject(*node));
+            if (named && !other && one.severity != Diagnostic::Severity::Note) findings.push_back(&one);
+        }
         std::stable_sort(findings.begin(), findings.end(),
                          [](Diagnostic const *a, Diagnostic const *b) { return a->severity < b->severity; });
         return findings;
@@ -82,7 +90,7 @@ private:
 
     /// What concerns no node.
     void drawCaption() {
-        auto findings = findingsOf("");
+        auto findings = findingsOf(nullptr);
         if (findings.empty()) return;
         char const *const colour = colourOf(*findings.front());
         findings.resize(std::min(findings.size(), mostCaptions));
@@ -102,11 +110,13 @@ private:
         std::string const &name = node.description->name;
         std::string label = escaped(name) + "\\n" + escaped(node.description->type);
         std::string tooltip;
-        auto const findings = findingsOf(name);
+        auto const findings = findingsOf(&node);
         NodeStatistics const *const times = timesOf(name);
         if (times != nullptr) label += "\\n" + timeText(*times);
         if (!findings.empty()) {
-            label += "\\n" + escaped(shortened(findings.front()->message, longestFinding));
+            std::string message = findings.front()->message;
+            if (message.starts_with(subject(node))) message.erase(0, subject(node).size());
+            label += "\\n" + escaped(shortened(message, longestFinding));
             for (Diagnostic const *finding : findings) tooltip += finding->text() + "\n";
         }
         dot << "    " << nodeId(node.index) << " [label=\"" << label << '"';

@@ -4,24 +4,24 @@
 
 namespace zun::observers {
 
-void ObserverList::drop(Entry &entry, std::string const &why) {
+void ObserverList::drop(Entry &entry, std::string const &why, char const *after) {
     if (entry.ended.exchange(true)) return;
     try {
-        warning(entry.name + " ended: " + why + ". The run goes on.");
+        warning(entry.name + " ended: " + why + after);
     } catch (...) { // there is nobody left to tell
     }
 }
 
 template <class Call>
-void ObserverList::callEach(Call const &call) {
+void ObserverList::callEach(Call const &call, char const *after) {
     for (Entry &entry : entries) {
         if (entry.ended.load(std::memory_order_relaxed)) continue;
         try {
             call(entry.observer);
         } catch (std::exception const &error) {
-            drop(entry, error.what());
+            drop(entry, error.what(), after);
         } catch (...) {
-            drop(entry, "an exception of an unknown type");
+            drop(entry, "an exception of an unknown type", after);
         }
     }
 }
@@ -31,7 +31,7 @@ void ObserverList::runBegins(engine::Graph const &graph, unsigned workers, Tick 
 }
 
 void ObserverList::runEnded(Tick ticks) {
-    callEach([&](engine::Observer &one) { one.runEnded(ticks); });
+    callEach([&](engine::Observer &one) { one.runEnded(ticks); }, "");
 }
 
 void ObserverList::runFailed(engine::GraphNode const *node, Tick tick, std::string const &message) {

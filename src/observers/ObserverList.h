@@ -45,10 +45,10 @@ private:
         std::atomic<bool> ended = false;
     };
 
-    void drop(Entry &entry, std::string const &why);
+    void drop(Entry &entry, std::string const &why, char const *after);
 
     template <class Call>
-    void callEach(Call const &call);
+    void callEach(Call const &call, char const *after = ". The run goes on.");
 
     Warn warning;
     std::deque<Entry> entries;

@@ -48,6 +48,7 @@ struct RunStatistics {
 };
 
 /// What bounds a run. The first of these rules that holds says it:
+///  - fewer than ten ticks say nothing;
 ///  - the workers are busy for nine tenths of the time: the cores;
 ///  - a node whose ticks never overlapped is busy for eight tenths: that node, or the source;
 ///  - a source had no frame to give for half of the time: the source;

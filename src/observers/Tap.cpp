@@ -48,7 +48,7 @@ std::optional<std::size_t> findSources(engine::Graph const &graph, std::size_t n
         engine::GraphNode const &current = graph.nodes[next.front()];
         NodeFacts::Output const *const beside = current.type->facts.outputBesideFrames();
         for (engine::GraphPort const &output : current.outputs)
-            if (beside != nullptr && current.index != node && output.name == beside->name) return output.stream;
+            if (beside != nullptr && output.name == beside->name) return output.stream;
         for (engine::StreamRead const &read : current.reads)
             if (std::size_t const writer = graph.streams[read.stream].producer(); seen.insert(writer).second)
                 next.push_back(writer);
@@ -76,7 +76,7 @@ std::string patternIn(engine::GraphNode const &node, engine::OptionSetting const
 Tap::Tap(TapRequest given, engine::Graph const &graph, ObserverList::Warn warn)
     : request(std::move(given)), warning(std::move(warn)), stream(findStream(graph, request.stream)) {
     engine::GraphStream const &tapped = graph.streams[stream];
-    ValueType const *const type = graph.output(tapped.writers.front()).value;
+    ValueType const *const type = valueTypeNamed(graph.output(tapped.writers.front()).type);
     bool const named = !request.pattern.empty();
     bool const asPictures = named ? isPictureName(request.pattern) : type != nullptr && showsAsPictures(*type);
     std::string const ending = fs::path(request.pattern).extension().string();
@@ -118,8 +118,8 @@ void Tap::requireNames(engine::Graph const &graph) const {
     }
     if (names->needsSource() && !findSources(graph, graph.streams[stream].producer()))
         throw Exception("the fields of '" + names->text() +
-                        "' come from the source of the frames, of which nothing is known here: use {tick}, or tap a "
-                        "stream between a ReadFrames and a WriteFrames");
+                        "' come from the source of the frames, but no ReadFrames that tells its sources leads to this "
+                        "stream: use {tick}");
 }
 
 void Tap::runBegins(engine::Graph const &, unsigned, Tick firstTick, Tick) { first = firstTick; }
@@ -130,12 +130,26 @@ void Tap::advanced(Tick ticksDone, std::uint64_t) {
 
 void Tap::valueWritten(unsigned, std::size_t where, Tick tick, Variant const &value, ValueType const *type) {
     if ((where != stream && where != sourceStream) || !request.ticks.contains(tick)) return;
+    if (where == sourceStream) noteSource(tick, value);
+    if (where == stream && !awaitsSource(tick, value, type)) write(tick, value, type);
+}
+
+/// Whether the source of a value that its own node wrote is still to come. A copy of the value waits for it then.
+bool Tap::awaitsSource(Tick tick, Variant const &value, ValueType const *type) {
+    std::lock_guard const lock(mutex);
+    if (!sourceStream || sources.contains(tick) || type == nullptr) return false;
+    early[tick] = {type->copy(value), type};
+    return true;
+}
+
+void Tap::noteSource(Tick tick, Variant const &value) {
     auto const *const source = dynamic_cast<VariantType<media::FrameSource> const *>(&value);
-    if (where == sourceStream && source != nullptr) {
-        std::lock_guard const lock(mutex);
-        sources[tick] = source->value;
-    }
-    if (where == stream) write(tick, value, type);
+    if (source == nullptr) return;
+    std::unique_lock lock(mutex);
+    sources[tick] = source->value;
+    auto const waited = early.extract(tick);
+    lock.unlock();
+    if (!waited.empty()) write(tick, *waited.mapped().value, waited.mapped().type);
 }
 
 void Tap::write(Tick tick, Variant const &value, ValueType const *type) {

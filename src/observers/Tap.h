@@ -46,8 +46,16 @@ public:
     void advanced(Tick ticksDone, std::uint64_t bytesInFlight) override;
 
 private:
+    /// A value that came before its source.
+    struct Early {
+        std::shared_ptr<Variant> value;
+        ValueType const *type = nullptr;
+    };
+
     void settle(bool asPictures);
     void requireNames(engine::Graph const &graph) const;
+    bool awaitsSource(Tick tick, Variant const &value, ValueType const *type);
+    void noteSource(Tick tick, Variant const &value);
     void write(Tick tick, Variant const &value, ValueType const *type);
     void writeFile(TapFile const &file);
     std::string nameAt(Tick tick);
@@ -72,6 +80,7 @@ private:
 
     std::mutex mutex; ///< of all below
     std::map<Tick, media::FrameSource> sources;
+    std::map<Tick, Early> early;
     std::set<std::string> written; ///< names, where they don't vary by tick
 };
 

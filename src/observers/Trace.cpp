@@ -28,7 +28,8 @@ public:
         for (engine::GraphNode const &node : trace.graph->nodes)
             nodes.push_back(R"("name":)" + quotedJson(node.description->name) + R"(,"cat":"node","args":{"type":)" +
                             quotedJson(node.description->type) + R"(,"tick":)");
-        for (engine::GraphStream const &stream : trace.graph->streams) streams.push_back(stream.name);
+        for (engine::GraphStream const &stream : trace.graph->streams)
+            streams.push_back(counterNames("stream " + stream.name));
     }
 
     void write(Event const &event) {
@@ -41,10 +42,10 @@ public:
             add(event.kind == Event::Kind::FailedSlice ? R"(,"failed":true}})" : "}}");
             break;
         case Event::Kind::Stream:
-            writeCounters("stream " + streams[event.index], event);
+            writeCounters(streams[event.index], event);
             break;
         case Event::Kind::Total:
-            writeCounters("all streams", event);
+            writeCounters(all, event);
             break;
         }
     }
@@ -90,16 +91,25 @@ private:
         addMicroseconds(at);
     }
 
-    void writeCounters(std::string const &name, Event const &event) {
-        for (auto const &[unit, number] : {std::pair("values", event.first), std::pair("bytes", event.second)}) {
+    /// The beginnings of a counter of values and one of bytes.
+    using CounterNames = std::array<std::string, 2>;
+
+    static CounterNames counterNames(std::string const &what) {
+        return {R"(,"name":)" + quotedJson(what + ": values") + R"(,"args":{"values":)",
+                R"(,"name":)" + quotedJson(what + ": bytes") + R"(,"args":{"bytes":)"};
+    }
+
+    void writeCounters(CounterNames const &names, Event const &event) {
+        for (auto const &[name, number] : {std::pair(&names[0], event.first), std::pair(&names[1], event.second)}) {
             begin('C', event.begin, 0);
-            add(R"(,"name":)").add(quotedJson(name + ": " + unit)).add(R"(,"args":{")").add(unit).add("\":");
-            addNumber(number).add("}}");
+            add(*name).addNumber(number).add("}}");
         }
     }
 
     Trace &trace;
-    std::vector<std::string> nodes, streams;
+    std::vector<std::string> nodes;
+    std::vector<CounterNames> streams;
+    CounterNames const all = counterNames("all streams");
     std::string text;
     bool isFirst = true;
 };
