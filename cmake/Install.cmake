@@ -4,6 +4,7 @@
 #   include/zun/            the headers of the libraries that a plug-in stands on
 #   lib/python3/dist-packages/   the Python module and its type stubs
 #   share/fonts/            the font that text is drawn with by default
+#   share/zun/studio/       the page of zun studio and zun inspect
 #   share/zun/examples/     descriptions, and the photos they run on
 
 include(CMakePackageConfigHelpers)
@@ -36,6 +37,7 @@ install(FILES ${PROJECT_BINARY_DIR}/zunConfig.cmake ${PROJECT_BINARY_DIR}/zunCon
     DESTINATION ${package_dir})
 
 install(DIRECTORY examples/ DESTINATION share/zun/examples)
+install(DIRECTORY src/studio/page/ DESTINATION share/zun/studio)
 
 find_file(ZUN_FONT OpenSans-Regular.ttf
     PATHS /usr/share/fonts/truetype/open-sans /usr/local/share/fonts /usr/share/fonts

@@ -48,7 +48,7 @@ int serve(StudioArguments const &arguments) {
     std::atomic<bool> stop = false;
     Interrupt const interrupt(stop);
     studio::Server const server(session, studio::installedPage(), arguments.server);
-    if (arguments.server.host != "127.0.0.1")
+    if (!studio::isLoopback(arguments.server.host))
         printWarning("--host " + arguments.server.host +
                      ": whoever sees the address can change the description and run it, and it goes over the network "
                      "unencrypted");

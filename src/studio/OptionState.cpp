@@ -78,6 +78,11 @@ void takeValue(engine::GraphNode const &node, OptionState &state, std::string co
     state.isDefault = known.optional;
 }
 
+std::string noOption(engine::GraphNode const &node, std::string const &option) {
+    return "node " + node.label() + " has no option " + quoted(option) +
+           suggestion(option, keysOf(node.type->specification.options));
+}
+
 } // namespace
 
 std::vector<OptionState> optionsOf(engine::GraphNode const &node, Locked const &locked) {
@@ -102,12 +107,18 @@ std::vector<OptionState> optionsOf(engine::GraphNode const &node, Locked const &
     return options;
 }
 
+std::string whyNoDefault(engine::GraphNode const &node, std::string const &option) {
+    auto const &known = node.type->specification.options;
+    auto const found = known.find(option);
+    if (found == known.end()) return noOption(node, option);
+    return found->second.optional ? "" : "option " + quoted(option) + " of node " + node.label() + " has no default";
+}
+
 std::string whyNotTaken(engine::GraphNode const &node, std::string const &option, std::string const &text) try {
     auto const &known = node.type->specification.options;
     auto const found = known.find(option);
     NodeFacts::Option const *const facts = node.type->facts.findOption(option);
-    if (found == known.end() || facts == nullptr)
-        return "node " + node.label() + " has no option " + quoted(option) + suggestion(option, keysOf(known));
+    if (found == known.end() || facts == nullptr) return noOption(node, option);
     OptionNode const value = engine::parseValue(text);
     if (!facts->conversion.accepts(value))
         return "node " + node.label() + " takes " + found->second.type + " as option " + quoted(option) + ", not " +

@@ -30,6 +30,9 @@ struct OptionState {
 /// All options of a node of a known type, in the order of its table. Thread-safe.
 std::vector<OptionState> optionsOf(engine::GraphNode const &node, Locked const &locked);
 
+/// Why an option can't go back to its default; empty if it can.
+std::string whyNoDefault(engine::GraphNode const &node, std::string const &option);
+
 /// Why a text is not a value that an option takes; empty if it is. The text is one that a description could hold.
 std::string whyNotTaken(engine::GraphNode const &node, std::string const &option, std::string const &text);
 

@@ -30,8 +30,8 @@ public:
     bool add(Tick tick) {
         Snapshot const values = preview.evaluate(plan.graph, tick, [] { return false; });
         if (values.ticks && values.ticksCertain && tick >= *values.ticks) return false;
-        for (auto const &[stream, state] : values.streams)
-            if (state.value) addValue(*state.value);
+        for (engine::GraphStream const &stream : plan.graph->streams)
+            if (auto const &value = values.streams.at(stream.name).value; value && !stream.implied) addValue(*value);
         State state;
         state.version = count++;
         state.file = plan.file;

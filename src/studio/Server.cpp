@@ -7,10 +7,10 @@
 #include <new>
 #include <optional>
 #include <set>
-#include <string_view>
 #include <thread>
 #include <utility>
 
+#include <arpa/inet.h>
 #include <sys/random.h>
 
 #include <httplib.h>
@@ -138,9 +138,13 @@ Tick tickIn(json const &body) {
     return tick.get<Tick>();
 }
 
-bool isNumericAddress(std::string_view host) {
-    return !host.empty() && host.find_first_not_of("0123456789.:abcdefABCDEF[]") == std::string_view::npos &&
-           host.find_first_of(".:") != std::string_view::npos;
+/// Of the host in an address: "192.168.1.2", "[fe80::1]". Other sites have names, which their owners can point
+/// anywhere.
+bool isNumericAddress(std::string host) {
+    in6_addr unused{};
+    if (host.starts_with('[') && host.ends_with(']'))
+        return ::inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), &unused) == 1;
+    return ::inet_pton(AF_INET, host.c_str(), &unused) == 1;
 }
 
 } // namespace
@@ -148,7 +152,7 @@ bool isNumericAddress(std::string_view host) {
 class Server::Implementation {
 public:
     Implementation(Session &served, Page pageFiles, Settings const &settings)
-        : session(served), page(std::move(pageFiles)), open(settings.host != "127.0.0.1"), key(randomHex()) {
+        : session(served), page(std::move(pageFiles)), open(!isLoopback(settings.host)), key(randomHex()) {
         configure();
         addRequests();
         bind(settings);
@@ -374,6 +378,8 @@ void Server::Implementation::addChanges() {
     posts["run"] = [this](json const &) { return session.run(); };
     posts["stop"] = [this](json const &) { return session.stop(); };
 }
+
+bool isLoopback(std::string const &host) { return host == "127.0.0.1" || host == "localhost" || host == "::1"; }
 
 Server::Server(Session &session, Page page, Settings const &settings)
     : implementation(std::make_unique<Implementation>(session, std::move(page), settings)) {}

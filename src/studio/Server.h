@@ -12,6 +12,9 @@
 
 namespace zun::studio {
 
+/// Whether an address to listen on is reached from this machine alone.
+bool isLoopback(std::string const &host);
+
 class Server {
 public:
     struct Settings {

@@ -196,7 +196,7 @@ std::uint64_t Session::change(std::string const &node, std::string const &option
 std::uint64_t Session::reset(std::string const &node, std::string const &option) {
     std::lock_guard const lock(mutex);
     requireUnlocked(node, option);
-    nodeNamed(node);
+    if (std::string const why = whyNoDefault(nodeNamed(node), option); !why.empty()) throw Refusal(Kind::Wrong, why);
     return edit(node, option,
                 orRefuse([&] { return engine::removeOption(text, node, option, settings.overrides.variables).text; }));
 }

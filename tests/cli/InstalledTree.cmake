@@ -35,6 +35,7 @@ endfunction()
 step(${CMAKE_COMMAND} --install ${BUILD_TREE} --prefix ${staging})
 file(RENAME ${staging} ${prefix})
 expect_file(${prefix}/share/fonts/OpenSans-Regular.ttf)
+expect_file(${prefix}/share/zun/studio/index.html)
 
 set(flags "")
 if(SANITIZE)
