@@ -12,7 +12,7 @@
 #include "cli/Terminal.h"
 #include "cli/Text.h"
 #include "containers/Exception.h"
-#include "media/PartialFile.h"
+#include "media/files/PartialFile.h"
 
 namespace zun::cli {
 namespace {

@@ -12,7 +12,7 @@
 
 #include "cli/Program.h"
 #include "containers/Exception.h"
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 #include "observers/Drawing.h"
 #include "observers/Graphviz.h"
 #include "observers/Statistics.h"

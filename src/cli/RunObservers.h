@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 #include "observers/ObserverList.h"
 #include "observers/Statistics.h"
 #include "observers/Tap.h"

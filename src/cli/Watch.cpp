@@ -96,7 +96,7 @@ std::string firstError(Diagnostics const &diagnostics) {
 } // namespace
 
 Watch::Watch(DescriptionArguments const &runArguments, engine::Graph const &graph, engine::RunControl &runControl)
-    : arguments(runArguments), running(graph), control(runControl), stamp(engine::FileStamp::of(arguments.file)),
+    : arguments(runArguments), running(graph), control(runControl), file(arguments.file),
       watcher([this](std::stop_token const &stop) { watch(stop); }) {}
 
 Watch::~Watch() {
@@ -109,11 +109,8 @@ void Watch::watch(std::stop_token const &stop) {
     std::unique_lock lock(mutex);
     while (!ended.wait_for(lock, stop, period, [&] { return stop.stop_requested(); })) {
         printAnswers();
-        engine::FileStamp const now = engine::FileStamp::of(arguments.file);
-        // An editor that replaces the file leaves none for a moment.
-        if (!now.exists || now == std::exchange(stamp, now)) continue;
         try {
-            take();
+            if (file.changedOutside()) take();
         } catch (std::exception const &error) {
             printWarning(error.what());
         }
@@ -121,7 +118,9 @@ void Watch::watch(std::stop_token const &stop) {
 }
 
 void Watch::take() {
-    engine::Graph const changed = engine::check(engine::readDescription(arguments.file, overridesOf(arguments)));
+    file.read();
+    engine::Graph const changed =
+        engine::check(engine::parseDescription(file.text(), arguments.file, overridesOf(arguments)));
     if (!changed.passed()) return printWarning(firstError(changed.diagnostics));
     std::vector<NodeDescription> const &before = running.description->nodes, &after = changed.description->nodes;
     if (!std::equal(before.begin(), before.end(), after.begin(), after.end(), sameButForOptions))

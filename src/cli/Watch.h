@@ -7,9 +7,9 @@
 #include <thread>
 
 #include "cli/Host.h"
-#include "description/FileStamp.h"
 #include "graph/Graph.h"
 #include "run/Control.h"
+#include "studio/DescriptionFile.h"
 
 namespace zun::cli {
 
@@ -32,7 +32,7 @@ private:
     DescriptionArguments const arguments;
     engine::Graph running; ///< as the run has it now
     engine::RunControl &control;
-    engine::FileStamp stamp;
+    studio::DescriptionFile file;
     std::mutex mutex;
     std::condition_variable_any ended;
     std::jthread watcher; ///< the last field, so that it stops first

@@ -10,8 +10,8 @@
 #include <mutex>
 
 #include "containers/Exception.h"
-#include "media/RecordText.h"
 #include "media/Registrations.h"
+#include "media/records/RecordText.h"
 #include "node/Registration.h"
 
 namespace zun::media {

@@ -14,11 +14,11 @@
 #include <vector>
 
 #include "containers/Exception.h"
-#include "media/Elements.h"
-#include "media/OutputName.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
-#include "media/TextFormat.h"
+#include "media/records/Elements.h"
+#include "media/records/TextFormat.h"
+#include "media/writing/OutputName.h"
 #include "node/Registration.h"
 
 namespace zun::media {

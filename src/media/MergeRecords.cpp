@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "containers/Exception.h"
-#include "media/Fields.h"
-#include "media/OutputName.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
+#include "media/records/Fields.h"
+#include "media/writing/OutputName.h"
 #include "node/Registration.h"
 
 namespace zun::media {

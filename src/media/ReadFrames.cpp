@@ -16,14 +16,14 @@
 #include <sys/stat.h>
 
 #include "containers/Exception.h"
-#include "media/FileList.h"
-#include "media/FrameReader.h"
-#include "media/FrameSequence.h"
 #include "media/Host.h"
-#include "media/Input.h"
-#include "media/OpenedReaders.h"
 #include "media/Registrations.h"
 #include "media/Source.h"
+#include "media/files/FileList.h"
+#include "media/reading/FrameReader.h"
+#include "media/reading/FrameSequence.h"
+#include "media/reading/Input.h"
+#include "media/reading/OpenedReaders.h"
 #include "node/Registration.h"
 
 namespace zun::media {

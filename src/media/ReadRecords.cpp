@@ -17,8 +17,8 @@
 #include <unistd.h>
 
 #include "containers/Exception.h"
-#include "media/RecordText.h"
 #include "media/Registrations.h"
+#include "media/records/RecordText.h"
 #include "node/Registration.h"
 
 namespace zun::media {

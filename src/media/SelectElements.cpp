@@ -16,9 +16,9 @@
 #include <vector>
 
 #include "containers/Exception.h"
-#include "media/Elements.h"
-#include "media/RecordTree.h"
 #include "media/Registrations.h"
+#include "media/records/Elements.h"
+#include "media/records/RecordTree.h"
 #include "node/Registration.h"
 #include "pipeline/NearestName.h"
 

@@ -20,15 +20,15 @@
 #include <unistd.h>
 
 #include "containers/Exception.h"
-#include "media/AtomicFile.h"
-#include "media/ByteSink.h"
-#include "media/NameClaim.h"
-#include "media/OutputForecast.h"
-#include "media/OutputName.h"
-#include "media/PartialFile.h"
-#include "media/PictureEncoders.h"
 #include "media/Registrations.h"
-#include "media/VideoWriter.h"
+#include "media/files/AtomicFile.h"
+#include "media/files/NameClaim.h"
+#include "media/files/PartialFile.h"
+#include "media/writing/ByteSink.h"
+#include "media/writing/OutputForecast.h"
+#include "media/writing/OutputName.h"
+#include "media/writing/PictureEncoders.h"
+#include "media/writing/VideoWriter.h"
 #include "node/Registration.h"
 
 namespace zun::media {

@@ -15,10 +15,10 @@
 #include <string>
 
 #include "containers/Exception.h"
-#include "media/AtomicFile.h"
-#include "media/CsvTable.h"
-#include "media/RecordText.h"
 #include "media/Registrations.h"
+#include "media/files/AtomicFile.h"
+#include "media/records/CsvTable.h"
+#include "media/records/RecordText.h"
 #include "node/Registration.h"
 
 namespace zun::media {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "containers/Variant.h"
-#include "media/Pixels.h"
+#include "media/writing/Pixels.h"
 
 namespace zun::observers {
 

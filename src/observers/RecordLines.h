@@ -7,7 +7,7 @@
 #include <mutex>
 #include <string>
 
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 #include "pipeline/Tick.h"
 
 namespace zun::observers {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "containers/Exception.h"
-#include "media/OutputFormats.h"
+#include "media/writing/OutputFormats.h"
 #include "observers/Picture.h"
 #include "observers/Writable.h"
 #include "pipeline/NearestName.h"

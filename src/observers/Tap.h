@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "media/NameClaim.h"
-#include "media/OutputName.h"
 #include "media/Source.h"
+#include "media/files/NameClaim.h"
+#include "media/writing/OutputName.h"
 #include "observers/ObserverList.h"
 #include "observers/RecordLines.h"
 #include "observers/TapFiles.h"

@@ -10,9 +10,9 @@
 
 #include "containers/Mask.h"
 #include "containers/Mat.h"
-#include "media/OutputFormats.h"
-#include "media/PictureEncoders.h"
-#include "media/RecordText.h"
+#include "media/records/RecordText.h"
+#include "media/writing/OutputFormats.h"
+#include "media/writing/PictureEncoders.h"
 #include "observers/Picture.h"
 
 namespace zun::observers {

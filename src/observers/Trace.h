@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 #include "observers/ObserverList.h"
 #include "run/Observer.h"
 

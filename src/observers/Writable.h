@@ -4,7 +4,7 @@
 #include <string>
 
 #include "containers/Exception.h"
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 
 namespace zun::observers {
 

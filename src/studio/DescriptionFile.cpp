@@ -11,7 +11,7 @@
 
 #include "containers/Exception.h"
 #include "description/Description.h"
-#include "media/PartialFile.h"
+#include "media/files/PartialFile.h"
 
 namespace zun::studio {
 namespace {

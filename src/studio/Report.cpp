@@ -6,7 +6,7 @@
 #include <set>
 
 #include "containers/Exception.h"
-#include "media/AtomicFile.h"
+#include "media/files/AtomicFile.h"
 #include "studio/Layout.h"
 #include "studio/Preview.h"
 #include "studio/Sources.h"

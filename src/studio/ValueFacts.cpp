@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "containers/Exception.h"
-#include "media/Fields.h"
+#include "media/records/Fields.h"
 #include "observers/Picture.h"
 
 namespace zun::studio {

@@ -5,10 +5,10 @@
 #include <nlohmann/json.hpp>
 
 #include "containers/Exception.h"
-#include "media/Fields.h"
-#include "media/PictureEncoders.h"
-#include "media/RecordText.h"
-#include "media/RecordTree.h"
+#include "media/records/Fields.h"
+#include "media/records/RecordText.h"
+#include "media/records/RecordTree.h"
+#include "media/writing/PictureEncoders.h"
 #include "observers/Picture.h"
 
 namespace zun::studio {

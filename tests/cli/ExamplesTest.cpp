@@ -11,7 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Programs.h"
-#include "media/FrameReader.h"
+#include "media/reading/FrameReader.h"
 
 namespace zun::cli::test {
 namespace {

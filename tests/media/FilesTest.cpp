@@ -8,11 +8,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "media/AtomicFile.h"
-#include "media/FileList.h"
-#include "media/NameClaim.h"
-#include "media/OutputName.h"
-#include "media/PartialFile.h"
+#include "media/files/AtomicFile.h"
+#include "media/files/FileList.h"
+#include "media/files/NameClaim.h"
+#include "media/files/PartialFile.h"
+#include "media/writing/OutputName.h"
 #include "support/Failures.h"
 #include "support/TemporaryFolder.h"
 #include "support/Text.h"

@@ -7,10 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "media/FilePattern.h"
-#include "media/FrameReader.h"
 #include "media/HostNodes.h"
-#include "media/WholePicture.h"
+#include "media/files/FilePattern.h"
+#include "media/reading/FrameReader.h"
+#include "media/reading/WholePicture.h"
 #include "support/Failures.h"
 #include "support/Frames.h"
 #include "support/OneNode.h"

@@ -9,11 +9,11 @@
 
 #include <sys/stat.h>
 
-#include "media/FileList.h"
-#include "media/FrameReader.h"
 #include "media/Host.h"
 #include "media/HostNodes.h"
-#include "media/Orientation.h"
+#include "media/files/FileList.h"
+#include "media/reading/FrameReader.h"
+#include "media/reading/Orientation.h"
 #include "support/Failures.h"
 #include "support/Frames.h"
 #include "support/OneNode.h"

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "media/RecordText.h"
+#include "media/records/RecordText.h"
 #include "support/Failures.h"
 #include "support/Mutations.h"
 #include "support/OneNode.h"

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <limits>
 
-#include "media/Fields.h"
 #include "media/HostNodes.h"
-#include "media/RecordText.h"
 #include "media/Source.h"
+#include "media/records/Fields.h"
+#include "media/records/RecordText.h"
 #include "support/Failures.h"
 #include "support/OneNode.h"
 #include "support/TemporaryFolder.h"

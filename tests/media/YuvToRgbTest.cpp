@@ -1,4 +1,4 @@
-#include "media/YuvToRgb.h"
+#include "media/reading/YuvToRgb.h"
 
 #include <array>
 #include <random>

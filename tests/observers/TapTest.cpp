@@ -8,7 +8,7 @@
 
 #include "containers/Mask.h"
 #include "graph/Check.h"
-#include "media/PictureEncoders.h"
+#include "media/writing/PictureEncoders.h"
 #include "support/Failures.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestNodes.h"

@@ -12,7 +12,7 @@
 #include "catalogue/Plugins.h"
 #include "graph/Check.h"
 #include "media/HostNodes.h"
-#include "media/RecordText.h"
+#include "media/records/RecordText.h"
 #include "node/Registration.h"
 #include "run/Run.h"
 #include "support/OneNode.h"
