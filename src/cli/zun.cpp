@@ -22,6 +22,7 @@ int main(int argc, char **argv) {
         "Examples:\n"
         "  zun nodes                                    the node types\n"
         "  zun check examples/first.yaml                every error and warning, at once\n"
-        "  zun run examples/first.yaml -D out=/tmp");
+        "  zun run examples/first.yaml -D out=/tmp\n"
+        "  zun studio examples/coins.yaml --open        look at its values, and change it");
     return zun::cli::runProgram(program, argc, argv, [&] { return action(); });
 }
