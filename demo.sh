@@ -22,5 +22,6 @@ $((coins + 1)) coins found. The results lie in $results:
   coins.png     the photo, with a yellow box about each coin, and its area in pixels
   coins.jsonl   one record, with the box and the area of each coin
   coins.dot     the pipeline as a graph, for: dot -Tsvg $results/coins.dot > coins.svg
+To see how they came about, in the browser: build/release/bin/zun studio examples/coins.yaml
 To see what the description says: examples/coins.yaml. More of them: examples/nodes, one for each node type.
 END
