@@ -314,6 +314,8 @@ TEST_F(Files, ThatAreCompleteReplaceWhatWasThereAndOthersVanish) {
     { PartialFile const next(folder / "v.mkv"); }
     EXPECT_EQ(folder.files(), Names{"a.txt"}) << "the next claim removes what was left";
     expectParts(messageOf([&] { PartialFile{folder / "no/x"}; }), {"no/x' can't be written: No such file"});
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    expectParts(messageOf([&] { PartialFile{folder / "pipe"}; }), {"pipe' is not a regular file"});
 }
 
 TEST_F(Files, OfLongNamesHavePartialFilesToo) {

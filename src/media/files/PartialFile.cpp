@@ -165,6 +165,10 @@ PartialFile::PartialFile(std::string const &finalPath, Claim claim, std::string 
     std::string const folder = folderOf(path), last = fs::path(path).filename().string();
     if (last.empty()) throw Exception("'" + path + "' doesn't name a file");
     if (last.size() > longestName) fail(path, "can't be written", ENAMETOOLONG);
+    std::error_code ignored;
+    fs::file_status const there = fs::status(path, ignored);
+    if (fs::exists(there) && !fs::is_regular_file(there) && !fs::is_directory(there)) // such as /dev/null
+        throw Exception("'" + path + "' is not a regular file, and would be replaced by one");
     std::optional<FolderLock> lock;
     if (claim == Claim::Path) lock.emplace(folder);
     std::optional<int> created;
