@@ -34,7 +34,7 @@ run_tests release --test-dir build/release
 build asan-ubsan
 run_tests asan-ubsan --test-dir build/asan-ubsan
 
-threaded_libraries=(run vexa_core vexa_imgproc vexa_logging)
+threaded_libraries=(run observers studio vexa_core vexa_imgproc vexa_logging)
 build tsan "${threaded_libraries[@]/%/_tests}"
 for library in "${threaded_libraries[@]}"; do run_tests "tsan-$library" --test-dir "build/tsan/tests/$library"; done
 

@@ -1,6 +1,7 @@
 """Looks at the studio's page as a user does. Usage: browser_test.py ZUN PROJECT [TEST...]"""
 
 import difflib
+import json
 import pathlib
 import subprocess
 import sys
@@ -11,6 +12,7 @@ import urllib.request
 
 import numpy
 import PIL.Image
+from selenium.webdriver import ActionChains
 
 from studio import Browser, Studio
 
@@ -107,6 +109,31 @@ class Page(unittest.TestCase):
             studio.file.write_text(before)
             self.browser.wait("!document.body.innerText.includes('last good text')")
             self.assertEqual(second.complaints(), [])
+
+    def test_a_box_is_moved_on_the_picture(self):
+        def box():
+            state = self.browser.settled(studio.address)
+            node = next(node for node in state["nodes"] if node["name"] == "faces")
+            return json.loads(next(option["text"] for option in node["options"] if option["name"] == "value"))[0]
+
+        with self.studio("faces-off") as studio:
+            self.browser.open(studio.address)
+            self.browser.select_stream("anonymous")
+            self.browser.wait("document.querySelector('#viewer-canvas').dataset.shown")
+            self.browser.click('[data-node="faces"]')
+            before = box()
+            self.browser.find('[data-option="faces.value"]')
+            self.browser.run("[...document.querySelectorAll('[data-option=\"faces.value\"] button')]"
+                             ".find(button => button.textContent.includes('Drag')).click()")
+            canvas = self.browser.find("#viewer-canvas")
+            ActionChains(self.browser.driver).move_to_element(canvas).click_and_hold().move_by_offset(30, 20).release().perform()
+            self.browser.wait("!document.querySelector('#undo').disabled")
+            after = box()
+            self.assertGreater(after[0], before[0])
+            self.assertEqual(after[2:], before[2:])
+            self.browser.click("#undo")
+            self.browser.wait("document.querySelector('#undo').disabled")
+            self.assertEqual(box(), before)
 
     def test_strangers_are_refused(self):
         with self.studio("coins") as studio:
