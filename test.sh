@@ -6,6 +6,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/scripts/setup.sh"
 # The undefined-behaviour sanitizer only reports otherwise.
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 export LSAN_OPTIONS=suppressions=$PWD/tests/support/foreign-leaks.txt:print_suppressions=0
+export TSAN_OPTIONS=suppressions=$PWD/tests/support/foreign-races.txt:print_suppressions=0
 
 install_packages
 passed=0 failed=0
