@@ -50,12 +50,6 @@ bool sameValue(OptionNode const &a, OptionNode const &b) {
     return a.type == b.type && a.text == b.text && a.stringValue == b.stringValue;
 }
 
-/// The value of an option that a description leaves out.
-OptionNode defaultOf(NodeSpecification::Option const &option) {
-    return option.type == "std::string" ? OptionNode::ofString(option.defaultValue)
-                                        : engine::parseValue(option.defaultValue);
-}
-
 /// Files are opened when a run starts.
 bool isReadAtStart(NodeRegistry::Entry const *type, std::string const &option) {
     NodeFacts::Option const *const facts = type != nullptr ? type->facts.findOption(option) : nullptr;
@@ -79,7 +73,7 @@ void addChanges(NodeDescription const &before, NodeDescription const &after,
     }
     for (OptionSetting const &option : before.options)
         if (findOption(after, option.name) == nullptr && type != nullptr)
-            change(option.name, defaultOf(type->specification.options.at(option.name)));
+            change(option.name, engine::defaultOf(type->specification.options.at(option.name)));
 }
 
 std::string firstError(Diagnostics const &diagnostics) {

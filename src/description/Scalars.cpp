@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "containers/Exception.h"
+#include "pipeline/types/TypeExpression.h"
 
 namespace zun::engine {
 namespace {
@@ -140,6 +141,15 @@ OptionNode parseValue(std::string const &text) {
     Diagnostics const found = diagnostics.takeSorted();
     if (!found.empty()) throw Exception(found.front().message);
     return value;
+}
+
+OptionNode defaultOf(NodeSpecification::Option const &option) {
+    if (canonicalType(option.type) == "std::string") return OptionNode::ofString(option.defaultValue);
+    try {
+        return parseValue(option.defaultValue);
+    } catch (Exception const &) {
+        return OptionNode::ofString(option.defaultValue);
+    }
 }
 
 } // namespace zun::engine

@@ -5,6 +5,7 @@
 
 #include "description/DiagnosticList.h"
 #include "description/Yaml.h"
+#include "pipeline/NodeSpecification.h"
 #include "pipeline/config/OptionNode.h"
 
 namespace zun::engine {
@@ -31,5 +32,8 @@ OptionNode optionFrom(YamlNode const &node, YamlOrigin const &origin, Place cons
 /// integers, floats), quoted ones as strings, and flow lists; the raw text is kept, of a list a readable form. Throws
 /// zun::Exception for a text that is not such a value.
 OptionNode parseValue(std::string const &text);
+
+/// The value of an option that a description leaves out. A default that stands for no value is a text.
+OptionNode defaultOf(NodeSpecification::Option const &option);
 
 } // namespace zun::engine

@@ -31,11 +31,6 @@ std::string written(OptionNode const &value) try {
     return value.text;
 }
 
-OptionNode defaultOf(NodeSpecification::Option const &option) {
-    return canonicalType(option.type) == "std::string" ? OptionNode::ofString(option.defaultValue)
-                                                       : engine::resolvePlain(option.defaultValue).value;
-}
-
 template <class T>
 bool convertAlike(OptionNode const &a, OptionNode const &b) {
     return acceptsOption<T>(a) && acceptsOption<T>(b) && convertOption<T>(a) == convertOption<T>(b);
@@ -70,7 +65,7 @@ void takeValue(engine::GraphNode const &node, OptionState &state, std::string co
         if (setting.name != state.name) continue;
         state.set = true;
         state.text = written(setting.value);
-        state.isDefault = known.optional && sameValue(setting.value, defaultOf(known), type);
+        state.isDefault = known.optional && sameValue(setting.value, engine::defaultOf(known), type);
         state.line = setting.place.line;
     }
     if (state.set) return;
@@ -95,7 +90,7 @@ std::vector<OptionState> optionsOf(engine::GraphNode const &node, Locked const &
         state.about = engine::textFor(node.type->documentation.options, fact.name);
         state.required = !known.optional;
         if (known.optional) {
-            OptionNode const value = defaultOf(known);
+            OptionNode const value = engine::defaultOf(known);
             state.defaultText = value.type == Type::STRING ? written(value) : known.defaultValue;
         }
         takeValue(node, state, canonicalType(known.type));
